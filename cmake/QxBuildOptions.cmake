@@ -1,0 +1,27 @@
+# Everything that every target of ours is compiled with, as properties of one target.
+add_library(qx_build_options INTERFACE)
+add_library(qx::build_options ALIAS qx_build_options)
+
+target_compile_features(qx_build_options INTERFACE cxx_std_20)
+target_compile_options(qx_build_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+    -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wundef
+    $<$<BOOL:${QX_WARNINGS_AS_ERRORS}>:-Werror>
+    -fstack-protector-strong
+    # Log statements name their file relative to the tree, wherever it was checked out.
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+target_compile_definitions(qx_build_options INTERFACE $<$<NOT:$<CONFIG:Release>>:_GLIBCXX_ASSERTIONS>)
+target_link_options(qx_build_options INTERFACE -Wl,-z,relro,-z,now)
+
+if(QX_SANITIZE)
+    target_compile_options(qx_build_options INTERFACE
+        -fsanitize=${QX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(qx_build_options INTERFACE -fsanitize=${QX_SANITIZE})
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
