@@ -1,0 +1,83 @@
+/// The catalogue: which sources a context has, for those who join later.
+///
+/// Entries lie in numbered pages; a page is one keyed packet of which the transport keeps the latest for late joiners.
+/// Pages are reused, where a key of its own for each source would cost memory for every source that ever was.
+///
+///     page   u8 version (1), u8 0, u16 number of entries, entries
+///     entry  u8 state (0 open, 1 closed), u8 0, u16 topic bytes, u32 source, u32 stream, u32 next sequence number,
+///            topic. The sequence number is final and given for closed sources, else 0.
+///
+/// Threads   none of this is synchronised.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "bytes.h"
+
+namespace qx::transport {
+
+using Clock = std::chrono::steady_clock;
+
+inline constexpr std::uint8_t catalogue_version = 1;
+inline constexpr std::size_t page_entries_max = 100;
+
+/// How long a closed source stays readable in its page, so that a receiver that missed the end learns of it.
+inline constexpr std::chrono::seconds closed_entry_kept{5};
+
+struct CatalogueEntry {
+    bool open = true;
+    std::uint32_t source = 0;
+    std::uint32_t stream = 0;
+    std::uint32_t final_sequence = 0; ///< of a closed source
+    std::string_view topic;           ///< views the page's bytes
+};
+
+/// False: the page is to be dropped as a whole and `out` means nothing.
+bool decode_page(ByteView bytes, std::vector<CatalogueEntry>& out);
+
+/// The publisher's side: what each page says and which of them have to be sent again.
+class CatalogueBook {
+public:
+    void add(std::uint32_t source, std::uint32_t stream, std::string_view topic);
+    void close(std::uint32_t source, std::uint32_t final_sequence, Clock::time_point now);
+
+    bool dirty() const noexcept { return !dirty_.empty(); }
+
+    /// The number of a page that has to be sent, and its bytes in `out`; nothing when all are sent.
+    std::optional<std::uint32_t> next_dirty(Bytes& out);
+
+private:
+    struct Slot {
+        bool used = false;
+        bool open = false;
+        std::uint32_t source = 0;
+        std::uint32_t stream = 0;
+        std::uint32_t final_sequence = 0;
+        std::string topic;
+    };
+    struct Closed {
+        std::size_t slot;
+        Clock::time_point since;
+    };
+
+    std::size_t free_slot();
+    void reuse_closed(Clock::time_point now);
+    void mark(std::size_t slot) { dirty_.insert(static_cast<std::uint32_t>(slot / page_entries_max)); }
+    void encode(std::uint32_t page, Bytes& out) const;
+
+    std::vector<Slot> slots_;
+    std::vector<std::size_t> free_;
+    std::vector<Closed> closed_; ///< oldest first
+    std::unordered_map<std::uint32_t, std::size_t> slot_of_;
+    std::set<std::uint32_t> dirty_;
+};
+
+} // namespace qx::transport

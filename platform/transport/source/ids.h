@@ -1,0 +1,50 @@
+/// Who sends: contexts, their streams and their sources.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace qx::transport {
+
+/// One context of one process run. The first four bytes are the sender's IPv4 address, the next four its process id
+/// (both big-endian), the rest is random: no two runs share an id, and a person can see where a message came from.
+struct ContextId {
+    std::array<std::uint8_t, 16> bytes{};
+
+    static ContextId make(const std::string& interface_name);
+    bool operator==(const ContextId&) const = default;
+};
+
+/// An ordered sequence of frames: what one context sends under one first topic token. Numbered from 0 per context.
+struct StreamId {
+    ContextId context;
+    std::uint32_t number = 0;
+    bool operator==(const StreamId&) const = default;
+};
+
+/// Numbered from 0 per context and never used again within it.
+struct SourceId {
+    ContextId context;
+    std::uint32_t number = 0;
+    bool operator==(const SourceId&) const = default;
+};
+
+/// "LBMDDS:<address>:<pid>:<context>:<source number>[<topic>]", e.g. "LBMDDS:127.0.0.1:4711:9f8e7d6c5b4a3f2e:7[A.B]".
+std::string source_text(const SourceId& source, std::string_view topic);
+
+} // namespace qx::transport
+
+template <>
+struct std::hash<qx::transport::ContextId> {
+    std::size_t operator()(const qx::transport::ContextId& id) const noexcept
+    {
+        std::size_t random_half = 0;
+        std::memcpy(&random_half, id.bytes.data() + 8, sizeof(random_half));
+        return random_half;
+    }
+};

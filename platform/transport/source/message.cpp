@@ -1,0 +1,57 @@
+#include "message.h"
+
+#include <cstring>
+#include <new>
+
+#include "error.h"
+
+namespace qx::transport {
+
+Message::Message(SourcePtr&& source, int message_type, std::uint32_t sequence) noexcept
+    : lbm_msg_t{}
+    , source_(std::move(source))
+{
+    type = message_type;
+    topic_name = source_->topic.c_str();
+    lbm_msg_t::source = source_->text.c_str();
+    sequence_number = sequence;
+}
+
+Message::Ptr Message::make(SourcePtr source, int message_type, std::uint32_t sequence, std::string_view payload)
+{
+    void* memory = ::operator new(sizeof(Message) + payload.size());
+    Ptr message{new (memory) Message{std::move(source), message_type, sequence}};
+    if (!payload.empty()) {
+        char* copy = static_cast<char*>(memory) + sizeof(Message);
+        std::memcpy(copy, payload.data(), payload.size());
+        message->data = copy;
+        message->len = payload.size();
+    }
+    return message;
+}
+
+void Message::release() noexcept
+{
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        this->~Message();
+        ::operator delete(this);
+    }
+}
+
+} // namespace qx::transport
+
+int lbm_msg_retain(lbm_msg_t* msg)
+{
+    return qx::transport::guarded("lbm_msg_retain", nullptr, [&] {
+        qx::transport::require(msg, "msg");
+        static_cast<qx::transport::Message*>(msg)->retain();
+    });
+}
+
+int lbm_msg_delete(lbm_msg_t* msg)
+{
+    return qx::transport::guarded("lbm_msg_delete", nullptr, [&] {
+        qx::transport::require(msg, "msg");
+        static_cast<qx::transport::Message*>(msg)->release();
+    });
+}

@@ -1,0 +1,72 @@
+/// Received messages: what lbm_msg_t really is.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <lbm/lbm.h>
+
+#include "ids.h"
+
+namespace qx::transport {
+
+class Receiver;
+
+/// A source as receivers see it, from its first sign of life to its end. Shared by all its messages, which point at
+/// its texts.
+struct RemoteSource {
+    RemoteSource(const SourceId& id, std::string_view topic_name)
+        : topic(topic_name)
+        , text(source_text(id, topic))
+    {
+    }
+
+    const std::string topic;
+    const std::string text;
+
+    /// False once the routing has found that no receiver matches: its data is then not queued. True until it has
+    /// looked.
+    std::atomic<bool> wanted{true};
+
+    /// Whom its messages go to. The routing's own, see router.h.
+    std::vector<std::shared_ptr<Receiver>> targets;
+};
+using SourcePtr = std::shared_ptr<RemoteSource>;
+
+/// A message or event with its payload behind it in one piece of memory. Counted by an atomic: any thread may hold and
+/// release references.
+class Message : public lbm_msg_t {
+public:
+    struct Release {
+        void operator()(Message* m) const noexcept { m->release(); }
+    };
+    using Ptr = std::unique_ptr<Message, Release>;
+
+    static Ptr make(SourcePtr source, int message_type, std::uint32_t sequence, std::string_view payload = {});
+
+    void retain() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
+    void release() noexcept;
+    Ptr share() noexcept
+    {
+        retain();
+        return Ptr{this};
+    }
+    const SourcePtr& remote_source() const noexcept { return source_; }
+
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
+
+private:
+    Message(SourcePtr&& source, int message_type, std::uint32_t sequence) noexcept;
+    ~Message() = default;
+
+    SourcePtr source_;
+    std::atomic<std::uint32_t> references_{1};
+};
+using MessagePtr = Message::Ptr;
+
+} // namespace qx::transport

@@ -1,0 +1,116 @@
+/// Turns what arrives — frames, catalogue pages, the news that a sender is gone — into the life of each source: one
+/// beginning, its data in order, its losses in their place, one end.
+///
+/// Ends      a close message; a closed catalogue entry, or a page that is gone or lists the source no more, once its
+///           stream has been quiet for `end_grace` (the data may still be on its way); the loss of the stream's sender.
+/// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
+///           in between is a loss.
+/// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss.
+/// Copies    the same stream may be seen by several readers: the first is its owner and the others' copies are dropped.
+/// Threads   not synchronised.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "catalogue.h"
+#include "frame.h"
+#include "ids.h"
+#include "message.h"
+
+namespace qx::transport {
+
+inline constexpr std::chrono::milliseconds end_grace{500};
+
+/// How long an ended source is remembered: against late copies of old news, and for the gap after a sender's return.
+inline constexpr std::chrono::minutes ended_source_kept{5};
+
+/// A peer may not make us remember sources without end.
+inline constexpr std::size_t sources_per_context_max = 1'000'000;
+
+/// What comes out. Sequence numbers wrap.
+class SourceEvents {
+public:
+    virtual ~SourceEvents() = default;
+    /// `next` is the number of the first message if it is known, else 0.
+    virtual void begun(const SourcePtr& source, std::uint32_t next) = 0;
+    virtual void data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload) = 0;
+    virtual void lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last) = 0;
+    virtual void ended(const SourcePtr& source, std::uint32_t next) = 0;
+};
+
+class SourceTracker {
+public:
+    using ReaderId = std::uint64_t;
+
+    explicit SourceTracker(SourceEvents& out)
+        : out_(out)
+    {
+    }
+
+    void frame(const StreamId& stream, ReaderId reader, const Frame& frame, Clock::time_point now);
+    /// The stream's sender is gone, closed or lost, and everything it sent has been given to `frame`.
+    void stream_gone(const StreamId& stream, ReaderId reader, Clock::time_point now);
+    /// The reader is no more; its streams are free for other readers.
+    void reader_gone(ReaderId reader);
+
+    void page(const ContextId& context, std::uint32_t page, std::span<const CatalogueEntry> entries,
+              Clock::time_point now);
+    void page_gone(const ContextId& context, std::uint32_t page, Clock::time_point now);
+
+    /// Ends sources whose grace is over and forgets what is old. Call it at `next_due`, or more often.
+    void tick(Clock::time_point now);
+    std::optional<Clock::time_point> next_due() const;
+
+    std::uint64_t duplicates() const noexcept { return duplicates_; }
+    std::uint64_t refused() const noexcept { return refused_; }
+
+private:
+    enum class State { open, closed, lost };
+    struct Entry {
+        SourcePtr source; ///< while open
+        std::uint32_t stream = 0;
+        State state = State::open;
+        std::optional<std::uint32_t> next; ///< the sequence number that comes next, once one is known
+        bool ending = false;               ///< waits for the stream to be quiet
+        Clock::time_point since{};         ///< of the ending or the end
+    };
+    struct Stream {
+        std::optional<ReaderId> owner;
+        std::optional<std::uint64_t> last;
+        Clock::time_point active{};
+    };
+    struct Context {
+        std::unordered_map<std::uint32_t, Entry> sources;
+        std::unordered_map<std::uint32_t, Stream> streams;
+        std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> pages;
+    };
+    struct Ending {
+        SourceId source;
+        Clock::time_point due;
+    };
+
+    bool accept(Stream& stream, ReaderId reader, std::uint64_t sequence);
+    Entry* live(Context& context, const SourceId& id, std::uint32_t stream, std::string_view topic, std::uint32_t next);
+    void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
+    void advance(Entry& entry, std::uint32_t sequence);
+    void end(Entry& entry, State how, Clock::time_point now);
+    void start_ending(const ContextId& context, std::uint32_t source, Clock::time_point now);
+    void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
+    void finish(const Ending& ending, Clock::time_point now);
+    void forget(Clock::time_point now);
+
+    SourceEvents& out_;
+    std::unordered_map<ContextId, Context> contexts_;
+    std::vector<Ending> endings_;
+    Clock::time_point last_forget_{};
+    std::uint64_t duplicates_ = 0;
+    std::uint64_t refused_ = 0;
+};
+
+} // namespace qx::transport
