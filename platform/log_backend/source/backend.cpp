@@ -1,0 +1,152 @@
+#include "backend.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+#include <pthread.h>
+#include <spdlog/details/thread_pool.h>
+#include <unistd.h>
+
+#include "line_format.h"
+#include "line_sinks.h"
+#include "report.h"
+
+namespace qx::logging::backend {
+
+namespace {
+
+constexpr auto anyLevel = spdlog::level::info; // our own levels were tested before the statement was made
+constexpr std::size_t unknownNamesMax = 32;
+
+OutputConfig configFromEnvironment()
+{
+    auto reading = readOutputConfig([](const char* name) { return std::getenv(name); });
+    for (const auto& complaint : reading.complaints) {
+        report(complaint);
+    }
+    return std::move(reading.value);
+}
+
+/// The host program's signals are for its own threads.
+void becomeWriterThread()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    pthread_setname_np(pthread_self(), "qx_log");
+}
+
+} // namespace
+
+Backend& Backend::instance()
+{
+    static auto* const backend = [] {
+        auto* made = new Backend(configFromEnvironment());
+        std::atexit([] { instance().drain(); });
+        return made;
+    }();
+    return *backend;
+}
+
+Backend::Backend(OutputConfig config)
+    : m_config(std::move(config))
+{
+    startQueue();
+    addRoute("stderr", std::make_shared<DescriptorSink>(STDERR_FILENO));
+    addRoute("stdout", std::make_shared<DescriptorSink>(STDOUT_FILENO));
+    addFileRoute();
+    const auto file = m_routes.find("file");
+    m_defaultRoute = file != m_routes.end() ? &file->second : &m_routes.at("stderr");
+}
+
+Backend::~Backend()
+{
+    drain();
+}
+
+void Backend::addRoute(const std::string& name, spdlog::sink_ptr sink)
+{
+    auto queued = std::make_shared<spdlog::async_logger>(name, sink, m_queue);
+    queued->set_error_handler([](const std::string& why) { reportLoss(why); });
+    m_routes.emplace(name, Route{std::move(sink), std::move(queued)});
+}
+
+void Backend::addFileRoute()
+{
+    if (m_config.file.empty()) {
+        return;
+    }
+    try {
+        addRoute("file", std::make_shared<RotatingFileSink>(m_config.file, m_config.fileBytesMax, m_config.fileCount));
+    } catch (const std::exception& failure) {
+        report(std::string("QX_LOG_FILE cannot be opened, lines go to standard error: ") + failure.what());
+    }
+}
+
+void Backend::startQueue()
+{
+    if (m_config.queueLines == 0) {
+        return;
+    }
+    try {
+        m_queue = std::make_shared<spdlog::details::thread_pool>(m_config.queueLines, 1, becomeWriterThread);
+    } catch (const std::exception& failure) {
+        report(std::string("QX_LOG_ASYNC cannot be had, lines are written at once: ") + failure.what());
+    }
+}
+
+void Backend::write(const LogRecord& record, const std::string& handlerName)
+{
+    const Route& route = routeFor(handlerName);
+    const std::string line = formatLine(record, m_config.format, m_config.timeZone);
+    if (!enqueue(route, line)) {
+        route.direct->log(spdlog::details::log_msg({}, anyLevel, line));
+    }
+}
+
+bool Backend::enqueue(const Route& route, std::string_view line)
+{
+    if (m_config.queueLines == 0) {
+        return false;
+    }
+    const std::scoped_lock guard(m_queueLock);
+    if (m_queue == nullptr) {
+        return false;
+    }
+    route.queued->log(anyLevel, spdlog::string_view_t(line.data(), line.size()));
+    return true;
+}
+
+void Backend::drain()
+{
+    const std::scoped_lock guard(m_queueLock);
+    m_queue.reset(); // writes what is queued, then joins the thread
+}
+
+const Backend::Route& Backend::routeFor(const std::string& handlerName)
+{
+    if (handlerName.empty()) {
+        return *m_defaultRoute;
+    }
+    const auto found = m_routes.find(handlerName);
+    if (found == m_routes.end()) {
+        reportUnknown(handlerName);
+        return *m_defaultRoute;
+    }
+    return found->second;
+}
+
+void Backend::reportUnknown(const std::string& handlerName)
+{
+    {
+        const std::scoped_lock guard(m_unknownLock);
+        if (m_unknown.size() >= unknownNamesMax || !m_unknown.insert(handlerName).second) {
+            return;
+        }
+    }
+    report("no handler is named '" + handlerName +
+           "' (stderr, stdout, or file when QX_LOG_FILE is set); its lines go where the others go");
+}
+
+} // namespace qx::logging::backend
