@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Everything that decides whether a change may land. Each stage says how long it took; the first failure ends the run.
+#   scripts/test.sh            all stages
+#   scripts/test.sh dev asan   only these
+set -euo pipefail
+cd "$(dirname "$0")/.."
+export CTEST_OUTPUT_ON_FAILURE=1
+
+build() { cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -- --quiet; }
+run_tests() {
+    local log="build/$1/ctest.log"
+    if ! ctest --preset "$1" -j "$(nproc)" "${@:2}" >"$log" 2>&1; then
+        grep -vE ' Passed +[0-9.]+ sec$|^ +Start ' "$log"
+        return 1
+    fi
+    tail -n 12 "$log"
+}
+
+stage_format() { scripts/format.sh --check; }
+stage_lint() { scripts/lint.sh; }
+stage_dev() { build dev && cmake --build --preset dev --target all_verify_interface_header_sets -- --quiet && run_tests dev; }
+stage_asan() { build asan && run_tests asan; }
+stage_tsan() { build tsan && run_tests tsan; }
+stage_fuzz() { scripts/fuzz.sh --runs 20000; }
+stage_install() { scripts/check-install.sh; }
+stage_external() { scripts/check-external.sh; }
+stage_demo() { scripts/demo.sh; }
+
+stages=("$@")
+[ ${#stages[@]} -gt 0 ] || stages=(format dev demo asan tsan install external fuzz lint)
+for stage in "${stages[@]}"; do
+    started=$SECONDS
+    echo "== $stage"
+    "stage_$stage" || { echo "== $stage FAILED after $((SECONDS - started)) s" >&2; exit 1; }
+    echo "== $stage ok, $((SECONDS - started)) s"
+done
