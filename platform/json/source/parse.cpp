@@ -1,0 +1,158 @@
+#include "document.h"
+#include "surrogates.h"
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// The reader is compiled into a namespace of our own: it is set up differently here than in a program that uses the
+// same library, and the linker would keep only one of the two.
+#define RAPIDJSON_NAMESPACE qx_rapidjson
+#define RAPIDJSON_NAMESPACE_BEGIN namespace qx_rapidjson {
+#define RAPIDJSON_NAMESPACE_END }
+// Numbers keep their text, so none is too big: the reader goes on reading its digits. The value that it computes on the
+// side is never used; its exponent may wrap around, for which this file is compiled with -fwrapv.
+#define RAPIDJSON_PARSE_ERROR(code, offset)                                                                            \
+    do {                                                                                                               \
+        if ((code) != kParseErrorNumberTooBig) {                                                                       \
+            RAPIDJSON_PARSE_ERROR_NORETURN(code, offset);                                                              \
+            RAPIDJSON_PARSE_ERROR_EARLY_RETURN_VOID;                                                                   \
+        }                                                                                                              \
+    } while (false)
+// The reader's SIMD paths stay off: they let control characters from 0x1A to 0x1F through.
+#include <rapidjson/reader.h>
+
+namespace libjson {
+
+namespace detail {
+
+/// Receives the reader's events. Values wait in `m_pending` until the end of their container is seen and then move,
+/// side by side, into the document.
+class DocumentBuilder : public qx_rapidjson::BaseReaderHandler<qx_rapidjson::UTF8<>, DocumentBuilder> {
+public:
+    explicit DocumentBuilder(Document& document)
+        : m_document(document)
+    {
+        m_pending.reserve(64);
+    }
+
+    // The reader calls these by its own names.
+    bool Null() { return add(JSON_NULL, "null"); }
+    bool Bool(bool value) { return value ? add(JSON_BOOL, "true") : add(JSON_BOOL, "false"); }
+    bool RawNumber(const char* text, unsigned size, bool) { return add(JSON_NUMBER, {text, size}); }
+    bool String(const char* text, unsigned size, bool) { return add(JSON_STRING, {text, size}); }
+    bool Key(const char* text, unsigned size, bool)
+    {
+        m_name = {text, size};
+        return true;
+    }
+    bool StartObject() { return open(JSON_NODE); }
+    bool StartArray() { return open(JSON_ARRAY); }
+    bool EndObject(unsigned members) { return close(members); }
+    bool EndArray(unsigned elements) { return close(elements); }
+
+    const JSONNode& root() const { return m_pending.front(); }
+
+private:
+    bool add(char type, std::string_view text)
+    {
+        JSONNode& node = m_pending.emplace_back();
+        node.m_document = &m_document;
+        node.m_type = type;
+        node.m_name = m_name.data();
+        node.m_nameSize = static_cast<std::uint32_t>(m_name.size());
+        node.m_text = text.data();
+        node.m_textSize = static_cast<std::uint32_t>(text.size());
+        m_name = "";
+        return true;
+    }
+
+    bool open(char type) { return ++m_depth <= depth_max && add(type, ""); }
+
+    bool close(unsigned count)
+    {
+        --m_depth;
+        const std::span children(m_pending.end() - count, m_pending.end());
+        JSONNode& container = *(m_pending.end() - count - 1);
+        container.m_children = m_document.store(children);
+        container.m_childCount = count;
+        m_pending.erase(m_pending.end() - count, m_pending.end());
+        return true;
+    }
+
+    Document& m_document;
+    std::vector<JSONNode> m_pending;
+    std::string_view m_name = "";
+    std::size_t m_depth = 0;
+};
+
+} // namespace detail
+
+namespace {
+
+[[noreturn]] void fail(std::string_view expected, std::size_t offset)
+{
+    throw std::invalid_argument("libjson::parse: expected " + std::string(expected) + " at byte " +
+                                std::to_string(offset));
+}
+
+std::string_view expectation(qx_rapidjson::ParseErrorCode code)
+{
+    using namespace qx_rapidjson; // NOLINT(google-build-using-namespace): the codes of one switch
+    switch (code) {
+    case kParseErrorDocumentRootNotSingular:
+        return "the end of the text";
+    case kParseErrorObjectMissName:
+        return "a member name in double quotes";
+    case kParseErrorObjectMissColon:
+        return "':'";
+    case kParseErrorObjectMissCommaOrCurlyBracket:
+        return "',' or '}'";
+    case kParseErrorArrayMissCommaOrSquareBracket:
+        return "',' or ']'";
+    case kParseErrorStringUnicodeEscapeInvalidHex:
+        return "four hexadecimal digits in the escape";
+    case kParseErrorStringEscapeInvalid:
+        return "a known escape and no bare control character";
+    case kParseErrorStringMissQuotationMark:
+        return "the rest of a string";
+    case kParseErrorNumberMissFraction:
+        return "a digit behind the decimal point";
+    case kParseErrorNumberMissExponent:
+        return "a digit in the exponent";
+    case kParseErrorTermination:
+        return "no more than 512 levels";
+    default:
+        return "a value";
+    }
+}
+
+} // namespace
+
+JSONNode parse(std::string_view json)
+{
+    if (json.size() > text_bytes_max) {
+        fail("the end of the text, which may have 64 MiB,", text_bytes_max);
+    }
+    auto document = std::make_unique<detail::Document>(json);
+    detail::replace_lone_surrogates(document->text());
+
+    using namespace qx_rapidjson; // NOLINT(google-build-using-namespace): the flags
+    constexpr unsigned flags = kParseInsituFlag | kParseIterativeFlag | kParseNumbersAsStringsFlag;
+    detail::DocumentBuilder builder(*document);
+    InsituStringStream stream(document->text().data());
+    Reader reader;
+    if (const ParseResult result = reader.Parse<flags>(stream, builder); result.IsError()) {
+        fail(expectation(result.Code()), result.Offset());
+    }
+    // The reader takes a NUL byte for the end of the text.
+    if (stream.Tell() != json.size()) {
+        fail("the end of the text", stream.Tell());
+    }
+    JSONNode root(builder.root());
+    document.release(); // from here on the owning nodes keep it
+    return root;
+}
+
+} // namespace libjson
