@@ -105,11 +105,15 @@ InForce& in_force()
     return state;
 }
 
-void put_in_force(Configuration configuration)
+void put_in_force(std::shared_ptr<const Configuration> configuration) noexcept
 {
-    auto next = std::make_shared<const Configuration>(std::move(configuration));
     const std::lock_guard guard(in_force().lock);
-    in_force().configuration.swap(next);
+    in_force().configuration.swap(configuration);
+}
+
+std::shared_ptr<const Configuration> share(Configuration configuration)
+{
+    return std::make_shared<const Configuration>(std::move(configuration));
 }
 
 std::string environment(const char* variable)
@@ -130,7 +134,7 @@ std::shared_ptr<const Configuration> current_configuration()
     if (path.empty()) {
         return nullptr;
     }
-    return std::make_shared<const Configuration>(Configuration::from_file(path, environment(application_variable)));
+    return share(Configuration::from_file(path, environment(application_variable)));
 }
 
 std::string text_or_empty(const char* text)
@@ -189,6 +193,11 @@ ContextSettings configured_context(std::string_view name)
     return settings;
 }
 
+void forget_configuration() noexcept
+{
+    put_in_force(nullptr);
+}
+
 } // namespace qx::transport
 
 int lbm_config_xml_file(const char* path, const char* application_name)
@@ -196,7 +205,7 @@ int lbm_config_xml_file(const char* path, const char* application_name)
     using namespace qx::transport;
     return guarded(__func__, path, [&] {
         require(path, "path");
-        put_in_force(Configuration::from_file(path, text_or_empty(application_name)));
+        put_in_force(share(Configuration::from_file(path, text_or_empty(application_name))));
     });
 }
 
@@ -205,6 +214,6 @@ int lbm_config_xml_string(const char* xml, const char* application_name)
     using namespace qx::transport;
     return guarded(__func__, application_name, [&] {
         require(xml, "xml");
-        put_in_force(Configuration::from_text(xml, text_or_empty(application_name), "xml"));
+        put_in_force(share(Configuration::from_text(xml, text_or_empty(application_name), "xml")));
     });
 }

@@ -61,4 +61,7 @@ private:
 /// to call concurrently with itself and with the two functions that change the configuration.
 ContextSettings configured_context(std::string_view name);
 
+/// Forgets what was read by a call: the environment decides again, as at the start of the process.
+void forget_configuration() noexcept;
+
 } // namespace qx::transport
