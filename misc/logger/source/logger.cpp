@@ -16,6 +16,12 @@ Logger::Logger(LogLevel level, unsigned id, DecodeType decodeType, const ConstSo
 {
 }
 
+Logger::Logger(const Logger& other)
+    : Logger(other.m_level, other.m_id, other.m_decodeType, other.m_source, other.m_filename, other.m_lineNumber,
+             other.m_handlerName)
+{
+}
+
 Logger::~Logger()
 {
     ForceLockHandlers();

@@ -144,7 +144,9 @@ public:
     /// `file` is kept by pointer, never copied: give a literal.
     Logger(LogLevel level, unsigned id, DecodeType decodeType, const ConstSourcePtr& source, const char* file, int line,
            const String& handlerName);
-    Logger(const Logger&) = default;
+    /// A copy shares the stream and emits as well: the first of the two to end delivers the text, the other an empty
+    /// one.
+    Logger(const Logger& other);
     Logger& operator=(const Logger&) = delete;
     virtual ~Logger();
 
