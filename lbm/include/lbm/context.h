@@ -1,0 +1,52 @@
+/// The transport's unit of threads, sockets and configuration.
+#pragma once
+
+#include <lbm/attributes.h>
+#include <lbm/error.h>
+#include <lbm/handle.h>
+
+namespace lbm {
+
+/// Owns one transport context.
+///
+/// Errors    constructors and operations throw LbmError; a name that cannot be read only costs the name. Destruction
+///           reports nothing.
+/// Threads   made and destroyed on the application's threads, one at a time; its operations may be called from any.
+/// Lifetime  receivers and topics made on a context must be gone before it. A moved-from context has no handle and no
+///           name, and can only be assigned to or destroyed.
+class Context {
+public:
+    /// From the transport's default attributes.
+    Context();
+    /// From the attributes that the transport's XML configuration has for the context of that name.
+    explicit Context(const String& name);
+    explicit Context(const ContextAttributes& attributes);
+
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    Context(Context&& other) noexcept = default;
+    Context& operator=(Context&& other) noexcept = default;
+
+    /// Writes one line to standard output, whatever the log level: the last trace of a context in a process's output
+    /// must not depend on a logger that may be gone or silent by then.
+    virtual ~Context();
+
+    operator lbm_context_t*() noexcept { return m_ctx.get(); }
+    operator const lbm_context_t*() const noexcept { return m_ctx.get(); }
+
+    /// Waits for at most that time or until unblocked, for programs written for sequential operation.
+    int Poll(unsigned long timeoutMs);
+    /// Ends one running Poll, or the next.
+    int Unblock();
+
+    /// The text form of an option; texts of 1023 bytes and more are a failure.
+    String GetStrOpt(const char* name) const;
+
+private:
+    void ReadContextName();
+
+    details::Handle<lbm_context_t> m_ctx;
+    String m_contextName; ///< the option "context_name"; empty when it could not be read
+};
+
+} // namespace lbm
