@@ -1,0 +1,266 @@
+#include <miscutils/JSONtopb_non_static.h>
+
+#include <cstdlib>
+
+#include <boost/uuid/string_generator.hpp>
+#include <boost/uuid/uuid.hpp>
+#include <google/protobuf/descriptor.h>
+#include <locale.h> // newlocale: in no C++ header
+#include <logger/logger.h>
+
+#include "field_writer.h"
+#include "gson_name.pb.h"
+
+namespace qx {
+
+using google::protobuf::EnumDescriptor;
+using google::protobuf::EnumValueDescriptor;
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+using google::protobuf::Reflection;
+
+namespace {
+
+constexpr unsigned log_id = 13; // under which readers of the log find the converter's lines
+
+const char* type_name(char type)
+{
+    switch (type) {
+    case JSON_NULL:
+        return "JSON_NULL";
+    case JSON_STRING:
+        return "JSON_STRING";
+    case JSON_NUMBER:
+        return "JSON_NUMBER";
+    case JSON_BOOL:
+        return "JSON_BOOL";
+    case JSON_ARRAY:
+        return "JSON_ARRAY";
+    case JSON_NODE:
+        return "JSON_NODE";
+    default:
+        return "UNKNOWN";
+    }
+}
+
+bool is_container(const JSONNode& json)
+{
+    return json.type() == JSON_ARRAY || json.type() == JSON_NODE;
+}
+
+/// `strtod` in the C locale: records always write a decimal point, whatever locale the price server has set, and under
+/// one with a decimal comma plain `strtod` would cut 1.5 down to 1.
+double to_double(const std::string& text)
+{
+    static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(text.c_str(), nullptr, c_locale);
+}
+
+std::uint64_t little_endian(const std::uint8_t* bytes)
+{
+    std::uint64_t value = 0;
+    for (unsigned i = 0; i < 8; ++i) {
+        value |= std::uint64_t{bytes[i]} << (8 * i);
+    }
+    return value;
+}
+
+const EnumValueDescriptor* find_enum_value(const EnumDescriptor* type, const JSONNode& json)
+{
+    switch (json.type()) {
+    case JSON_NUMBER:
+        return type->FindValueByNumber(static_cast<std::int32_t>(json.as_int()));
+    case JSON_STRING:
+        return type->FindValueByName(json.as_string());
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+// ---- Index and checks ----------------------------------------------------------------------------------------------
+
+JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(Message* msg)
+{
+    const auto* msgDesc = msg->GetDescriptor();
+    m_index.reserve(static_cast<std::size_t>(msgDesc->field_count()));
+    for (int i = 0; i < msgDesc->field_count(); ++i) {
+        const FieldDescriptor* field = msgDesc->field(i);
+        const auto& opts = field->options();
+        const std::string& key =
+            opts.HasExtension(messaging::gson_name) ? opts.GetExtension(messaging::gson_name) : field->name();
+        m_index.insert_or_assign(key.c_str(), field); // as a C string: a key ends at its first zero byte
+    }
+}
+
+const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(const std::string& name) const
+{
+    const auto found = m_index.find(name);
+    return found == m_index.end() ? nullptr : found->second;
+}
+
+bool JSONProto::JSON2PB_VERIFY_TYPE(const std::string& json_name, const JSONNode& json, char expectedType,
+                                    bool strict) const
+{
+    if (json.type() != expectedType && strict) {
+        throw JSONProtoException(json_name + " is expected to be of type " + type_name(expectedType));
+    }
+    // Never false: lenient conversion takes a value of any type and reads it by the JSON library's own conversions.
+    return true;
+}
+
+void JSONProto::JSON2PB_FAILED(const std::string& json_name, bool strict) const
+{
+    if (strict) {
+        throw JSONProtoException(json_name + " has invalid value");
+    }
+}
+
+// ---- One value -----------------------------------------------------------------------------------------------------
+
+template <class Writer>
+void JSONProto::WriteEnum(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const
+{
+    if (const auto* value = find_enum_value(write.field->enum_type(), json)) {
+        write.Enum(value);
+    } else {
+        JSON2PB_FAILED(name, strict);
+    }
+}
+
+/// Everything but messages. One line a type: numbers narrow by keeping their low bits.
+template <class Writer>
+void JSONProto::WriteScalar(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const
+{
+    const auto integer = [&] {
+        JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
+        return json.as_int();
+    };
+    const auto floating = [&] {
+        JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
+        return to_double(json.as_string());
+    };
+    const auto truth = [&] {
+        if (json.type() == JSON_NUMBER) {
+            return json.as_int() != 0;
+        }
+        JSON2PB_VERIFY_TYPE(name, json, JSON_BOOL, strict);
+        return json.as_bool();
+    };
+    switch (write.field->cpp_type()) {
+    case FieldDescriptor::CPPTYPE_INT32:
+        return write.Int32(static_cast<std::int32_t>(integer()));
+    case FieldDescriptor::CPPTYPE_INT64:
+        return write.Int64(integer());
+    case FieldDescriptor::CPPTYPE_UINT32:
+        return write.UInt32(static_cast<std::uint32_t>(integer()));
+    case FieldDescriptor::CPPTYPE_UINT64:
+        return write.UInt64(static_cast<std::uint64_t>(integer()));
+    case FieldDescriptor::CPPTYPE_DOUBLE:
+        return write.Double(floating());
+    case FieldDescriptor::CPPTYPE_FLOAT:
+        return write.Float(static_cast<float>(floating()));
+    case FieldDescriptor::CPPTYPE_BOOL:
+        return write.Bool(truth());
+    case FieldDescriptor::CPPTYPE_ENUM:
+        return WriteEnum(write, name, json, strict);
+    case FieldDescriptor::CPPTYPE_STRING:
+        return write.String(json.as_string());
+    case FieldDescriptor::CPPTYPE_MESSAGE:
+        return; // the callers' business
+    }
+}
+
+void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescriptor* field, const std::string& name,
+                          const JSONNode& json, bool strict) const
+{
+    JSON2PB_VERIFY_TYPE(name, json, JSON_STRING, strict);
+    // Made before its type is looked at, and left present when the type is wrong: receivers test for presence.
+    Message* submsg = ref->MutableMessage(msg, field);
+    const auto* uuidDesc = m_sampleUUID.GetDescriptor();
+    if (submsg->GetDescriptor() != uuidDesc) {
+        JSON2PB_FAILED(name, strict);
+        return;
+    }
+    const boost::uuids::uuid uuid = boost::uuids::string_generator{}(json.as_string());
+    const Reflection* subref = submsg->GetReflection();
+    subref->SetUInt64(submsg, uuidDesc->FindFieldByNumber(messaging::Uuid::kHiFieldNumber), little_endian(uuid.data));
+    subref->SetUInt64(submsg, uuidDesc->FindFieldByNumber(messaging::Uuid::kLoFieldNumber),
+                      little_endian(uuid.data + 8));
+}
+
+// ---- The walk ------------------------------------------------------------------------------------------------------
+
+bool JSONProto::Convert(Message* msg, const Reflection* ref, const JSONNode& jsonMsg, bool strict,
+                        bool logEmptyJson) const
+{
+    if (ref == nullptr) {
+        return false;
+    }
+    if (!is_container(jsonMsg) || jsonMsg.empty()) {
+        if (logEmptyJson) {
+            QX_LOG_ID(QXLOG_INFO, log_id)
+                << "JSON to protobuf conversion fails. Supplied JSON empty: message=" << jsonMsg.write();
+        }
+        return false;
+    }
+    try {
+        ParseJSON(msg, ref, jsonMsg, strict);
+        return true;
+    } catch (const std::invalid_argument& e) {
+        QX_LOG_ID(QXLOG_INFO, log_id) << "Invalid argument in JSON to protobuf conversion " << e.what();
+        return false;
+    }
+}
+
+void JSONProto::ParseJSON(Message* msg, const Reflection* ref, const JSONNode& n, bool strict) const
+{
+    const FieldDescriptorIndex index(msg);
+    if (!is_container(n)) {
+        return;
+    }
+    for (const JSONNode& child : n) {
+        std::string node_name = child.name();
+        const FieldDescriptor* field = index.FindFieldByName(node_name);
+        if (field == nullptr) {
+            JSON2PB_FAILED(node_name, strict);
+        } else if (child.type() == JSON_ARRAY) {
+            ParseJSONRepeating(msg, ref, child, node_name, strict);
+        } else if (child.type() == JSON_NODE) {
+            Message* submsg = ref->MutableMessage(msg, field);
+            ParseJSON(submsg, submsg->GetReflection(), child, strict);
+        } else if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+            ParseUuid(msg, ref, field, node_name, child, strict);
+        } else {
+            WriteScalar(detail::FieldSetter{{msg, ref, field}}, node_name, child, strict);
+        }
+    }
+}
+
+void JSONProto::ParseJSONRepeating(Message* msg, const Reflection* ref, const JSONNode& n,
+                                   std::string& repeatingFieldName, bool strict) const
+{
+    const FieldDescriptorIndex index(msg);
+    if (!is_container(n)) {
+        return;
+    }
+    for (const JSONNode& element : n) {
+        const FieldDescriptor* field = index.FindFieldByName(repeatingFieldName);
+        if (field == nullptr) {
+            JSON2PB_FAILED(repeatingFieldName, strict);
+        } else if (element.type() == JSON_ARRAY) {
+            // Under its own name, which is empty: nested arrays are not flattened, their elements are unknown keys.
+            std::string element_name = element.name();
+            ParseJSONRepeating(msg, ref, element, element_name, strict);
+        } else if (element.type() == JSON_NODE) {
+            Message* submsg = ref->AddMessage(msg, field);
+            ParseJSON(submsg, submsg->GetReflection(), element, strict);
+        } else {
+            // A scalar for a message field is passed over: repeated UUIDs are not supported.
+            WriteScalar(detail::FieldAdder{{msg, ref, field}}, repeatingFieldName, element, strict);
+        }
+    }
+}
+
+} // namespace qx
