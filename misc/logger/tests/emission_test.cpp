@@ -11,9 +11,12 @@
 #include <gmock/gmock.h>
 #include <logger/logger.h>
 
+#include "misc/logger/tests/allocation_count.h"
+
 namespace {
 
 using namespace qx::logging;
+using qx::test::allocationCount;
 using testing::ElementsAre;
 
 struct BackEnd {
@@ -31,27 +34,7 @@ struct Installed : BackEnd {
     Installed& operator=(const Installed&) = delete;
 };
 
-std::atomic<int> allocations{0};
-
 } // namespace
-
-// Counts what a statement allocates; the matching deallocations come with it.
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* memory = std::malloc(size)) {
-        return memory;
-    }
-    throw std::bad_alloc{};
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace qx::logging {
 
@@ -147,25 +130,25 @@ TEST(Emission, GivenTheCallersSourceIsGone_WhenTheStatementEnds_ThenItStillHasIt
 TEST(EmissionCost, GivenASuppressedStatement_WhenReached_ThenNothingIsAllocated)
 {
     const std::string text(100, 'x');
-    const int before = allocations;
+    const int before = allocationCount();
     QX_LOG(QXLOG_DEBUG) << text;
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
 }
 
 TEST(EmissionCost, GivenAWarmStream_WhenAStatementIsEmitted_ThenOnlyItsTextIsAllocated)
 {
     const std::string text(100, 'x');
     QX_LOG(QXLOG_INFO) << text;
-    const int before = allocations;
+    const int before = allocationCount();
     QX_LOG(QXLOG_INFO) << text;
-    EXPECT_EQ(allocations, before + 1);
+    EXPECT_EQ(allocationCount(), before + 1);
 }
 
 TEST(EmissionCost, GivenMakeSource_WhenMade_ThenCounterAndObjectShareOneAllocation)
 {
-    const int before = allocations;
+    const int before = allocationCount();
     const auto source = MakeSource("short");
-    EXPECT_EQ(allocations, before + 1);
+    EXPECT_EQ(allocationCount(), before + 1);
 }
 
 TEST(EmissionDeathTest, GivenABackEndThatThrows_WhenAStatementEnds_ThenTheProcessEnds)
