@@ -56,13 +56,12 @@ void CatalogueBook::close(std::uint32_t source, std::uint32_t final_sequence, Cl
     slot_of_.erase(found);
 }
 
-std::optional<std::uint32_t> CatalogueBook::next_dirty(Bytes& out)
+std::optional<std::uint32_t> CatalogueBook::first_dirty(Bytes& out) const
 {
     if (dirty_.empty()) {
         return std::nullopt;
     }
     const std::uint32_t page = *dirty_.begin();
-    dirty_.erase(dirty_.begin());
     encode(page, out);
     return page;
 }

@@ -52,7 +52,8 @@ public:
     bool dirty() const noexcept { return !dirty_.empty(); }
 
     /// The number of a page that has to be sent, and its bytes in `out`; nothing when all are sent.
-    std::optional<std::uint32_t> next_dirty(Bytes& out);
+    std::optional<std::uint32_t> first_dirty(Bytes& out) const;
+    void sent(std::uint32_t page) { dirty_.erase(page); }
 
 private:
     struct Slot {

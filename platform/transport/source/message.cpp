@@ -7,20 +7,20 @@
 
 namespace qx::transport {
 
-Message::Message(SourcePtr&& source, int message_type, std::uint32_t sequence) noexcept
+Message::Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noexcept
     : lbm_msg_t{}
-    , source_(std::move(source))
+    , source_(std::move(from))
 {
     type = message_type;
     topic_name = source_->topic.c_str();
-    lbm_msg_t::source = source_->text.c_str();
+    source = source_->text.c_str();
     sequence_number = sequence;
 }
 
-Message::Ptr Message::make(SourcePtr source, int message_type, std::uint32_t sequence, std::string_view payload)
+Message::Ptr Message::make(SourcePtr from, int message_type, std::uint32_t sequence, std::string_view payload)
 {
     void* memory = ::operator new(sizeof(Message) + payload.size());
-    Ptr message{new (memory) Message{std::move(source), message_type, sequence}};
+    Ptr message{new (memory) Message{std::move(from), message_type, sequence}};
     if (!payload.empty()) {
         char* copy = static_cast<char*>(memory) + sizeof(Message);
         std::memcpy(copy, payload.data(), payload.size());

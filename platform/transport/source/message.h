@@ -32,8 +32,12 @@ struct RemoteSource {
     /// looked.
     std::atomic<bool> wanted{true};
 
-    /// Whom its messages go to. The routing's own, see router.h.
+    /// The number that comes next as far as messages have arrived; those before it may still wait in the queue.
+    std::atomic<std::uint32_t> arrived{0};
+
+    /// The routing's own, see router.h: whom its messages go to, and the number that comes next after what was routed.
     std::vector<std::shared_ptr<Receiver>> targets;
+    std::uint32_t routed = 0;
 };
 using SourcePtr = std::shared_ptr<RemoteSource>;
 
@@ -46,7 +50,7 @@ public:
     };
     using Ptr = std::unique_ptr<Message, Release>;
 
-    static Ptr make(SourcePtr source, int message_type, std::uint32_t sequence, std::string_view payload = {});
+    static Ptr make(SourcePtr from, int message_type, std::uint32_t sequence, std::string_view payload = {});
 
     void retain() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void release() noexcept;
@@ -61,7 +65,7 @@ public:
     Message& operator=(const Message&) = delete;
 
 private:
-    Message(SourcePtr&& source, int message_type, std::uint32_t sequence) noexcept;
+    Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noexcept;
     ~Message() = default;
 
     SourcePtr source_;

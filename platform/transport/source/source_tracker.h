@@ -76,9 +76,10 @@ private:
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
         State state = State::open;
-        std::optional<std::uint32_t> next; ///< the sequence number that comes next, once one is known
-        bool ending = false;               ///< waits for the stream to be quiet
-        Clock::time_point since{};         ///< of the ending or the end
+        std::optional<std::uint32_t> next;           ///< the sequence number that comes next, once one is known
+        std::optional<std::uint32_t> final_sequence; ///< as a closed catalogue entry told it
+        bool ending = false;                         ///< waits for the stream to be quiet
+        Clock::time_point ended_at{};
     };
     struct Stream {
         std::optional<ReaderId> owner;
@@ -98,6 +99,7 @@ private:
     bool accept(Stream& stream, ReaderId reader, std::uint64_t sequence);
     Entry* live(Context& context, const SourceId& id, std::uint32_t stream, std::string_view topic, std::uint32_t next);
     void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
+    void data(Entry& entry, const WireMessage& m);
     void advance(Entry& entry, std::uint32_t sequence);
     void end(Entry& entry, State how, Clock::time_point now);
     void start_ending(const ContextId& context, std::uint32_t source, Clock::time_point now);

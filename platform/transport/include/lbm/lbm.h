@@ -9,7 +9,11 @@
  *            receiver begins or goes on after lbm_rcv_delete/lbm_wildcard_rcv_delete has returned, save the one that made
  *            the call. Handles may be deleted in any order: what a deleted context or event queue served is stopped, and
  *            its receivers and sources may still be deleted afterwards.
- * Exceptions that leave a callback end the process, after one line on standard error that says what and where.
+ * Exceptions that leave a callback end the process through std::terminate, after one line on standard error:
+ *                lbm: exception left a callback: topic="<topic>" sequence_number=<number> what="<text>"
+ *            Control characters, quotes and backslashes in the texts stand as \xNN. While a handler installed with
+ *            std::set_terminate runs, the exception is current and the message is still held.
+ * Stack      a context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
  */
 #ifndef LBM_LBM_H
 #define LBM_LBM_H
@@ -73,7 +77,8 @@ typedef struct lbm_msg {
     const char* data;         /* payload, not NUL-terminated; NULL when len is 0 */
     size_t len;               /* bytes */
     const char* topic_name;   /* the concrete topic, NUL-terminated; also for wildcard receivers */
-    const char* source;       /* which source of which context, NUL-terminated; one text per source and run */
+    const char* source;       /* which source of which context, NUL-terminated; one text per source and run:
+                               * "LBMDDS:<IPv4 address>:<process id>:<context, 16 hex digits>:<source number>[<topic>]" */
     uint32_t sequence_number; /* per source, from 0, wraps; of events: the number they stand before or are about */
     lbm_response_t* response; /* of a request: where to answer; else NULL */
 } lbm_msg_t;

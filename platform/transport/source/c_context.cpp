@@ -1,0 +1,59 @@
+#include <lbm/lbm.h>
+
+#include <memory>
+
+#include "attributes.h"
+#include "context.h"
+#include "error.h"
+
+using qx::transport::Context;
+using qx::transport::ContextSettings;
+using qx::transport::guarded;
+using qx::transport::require;
+
+int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_context_event_cb_proc, void*)
+{
+    return guarded("lbm_context_create", "", [&] {
+        require(ctx, "ctx");
+        auto handle = std::make_unique<lbm_context>();
+        handle->context =
+            attr != nullptr ? std::make_shared<Context>(*attr) : std::make_shared<Context>(ContextSettings{});
+        *ctx = handle.release();
+    });
+}
+
+int lbm_context_delete(lbm_context_t* ctx)
+{
+    return guarded("lbm_context_delete", "", [&] {
+        require(ctx, "ctx");
+        const std::unique_ptr<lbm_context> handle{ctx};
+        handle->context->close();
+    });
+}
+
+int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, size_t* length)
+{
+    return guarded("lbm_context_str_getopt", option, [&] {
+        require(ctx, "ctx");
+        require(option, "option");
+        require(value, "value");
+        require(length, "length");
+        ctx->context->options().copy_text(option, value, *length);
+    });
+}
+
+int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms)
+{
+    return guarded("lbm_context_process_events", "", [&] {
+        require(ctx, "ctx");
+        ctx->context->process_events(timeout_ms);
+    });
+}
+
+int lbm_context_unblock(lbm_context_t* ctx)
+{
+    return guarded("lbm_context_unblock", "", [&] {
+        require(ctx, "ctx");
+        ctx->context->unblock();
+    });
+}

@@ -1,0 +1,83 @@
+#include <lbm/lbm.h>
+
+#include <chrono>
+#include <memory>
+#include <string_view>
+
+#include "attributes.h"
+#include "error.h"
+#include "handles.h"
+#include "topic_name.h"
+
+using namespace qx::transport;
+
+struct lbm_src {
+    std::shared_ptr<LocalSource> source;
+    std::weak_ptr<Context> context; ///< expired when the application deleted it first
+};
+
+namespace {
+
+void check_send(const char* data, size_t length, int flags)
+{
+    constexpr int known = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK | LBM_SRC_BLOCK;
+    constexpr int contradiction = LBM_SRC_NONBLOCK | LBM_SRC_BLOCK;
+    if ((flags & ~known) != 0 || (flags & contradiction) == contradiction) {
+        throw TransportError(LBM_EINVAL, "flags " + std::to_string(flags) + " are not acceptable");
+    }
+    if (length > 0) {
+        require(data, "data");
+    }
+    if (length > payload_bytes_max) {
+        throw TransportError(LBM_EINVAL, "a message has at most " + std::to_string(payload_bytes_max) +
+                                             " bytes, this one " + std::to_string(length));
+    }
+}
+
+} // namespace
+
+int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* name, const lbm_src_topic_attr_t* attr)
+{
+    return guarded("lbm_src_topic_alloc", name, [&] {
+        require(topic, "topic");
+        require(ctx, "ctx");
+        require(name, "name");
+        check_topic_name(name);
+        *topic = ctx->context->make_topic(name, options_for(*ctx->context, Scope::source, attr));
+    });
+}
+
+int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc, void*, lbm_event_queue_t*)
+{
+    return guarded("lbm_src_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
+        require(src, "src");
+        require(ctx, "ctx");
+        require(topic, "topic");
+        require_topic_of(topic, *ctx->context);
+        auto handle = std::make_unique<lbm_src>(lbm_src{nullptr, ctx->context});
+        handle->source = ctx->context->publisher().open(topic->name);
+        *src = handle.release();
+    });
+}
+
+int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
+{
+    return guarded("lbm_src_send", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
+        require(src, "src");
+        check_send(data, length, flags);
+        const SendWait wait{std::nullopt, (flags & LBM_SRC_NONBLOCK) != 0, (flags & LBM_MSG_FLUSH) != 0};
+        src->source->stream->send(*src->source, {data, length}, wait);
+    });
+}
+
+int lbm_src_delete(lbm_src_t* src)
+{
+    return guarded("lbm_src_delete", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
+        require(src, "src");
+        const std::unique_ptr<lbm_src> handle{src};
+        if (const auto context = handle->context.lock()) {
+            const std::chrono::milliseconds patience{context->options().get_integer("close_wait_ms")};
+            context->publisher().close_source(*handle->source, {Clock::now() + patience});
+        }
+    });
+}

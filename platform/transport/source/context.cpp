@@ -1,0 +1,68 @@
+#include "context.h"
+
+#include <chrono>
+#include <utility>
+
+namespace qx::transport {
+namespace {
+
+FlushPolicy flush_policy(const Options& options)
+{
+    return {static_cast<std::size_t>(options.get_integer("frame_bytes_max")),
+            std::chrono::microseconds{options.get_integer("flush_gap_us")}};
+}
+
+} // namespace
+
+Context::Context(ContextSettings settings)
+    : settings_(std::move(settings))
+    , domain_(DomainSettings{settings_.options})
+    , id_(ContextId::make(settings_.options.get_text("interface")))
+    , participant_(dds_create_participant(domain_.id(), nullptr, nullptr), "dds_create_participant")
+    , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher())
+    , subscriber_(participant_.get(),
+                  static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")))
+{
+}
+
+Context::~Context()
+{
+    close();
+}
+
+void Context::close()
+{
+    const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
+    subscriber_.close();
+    publisher_.close(Clock::now() + patience);
+}
+
+lbm_topic* Context::make_topic(const char* name, Options options)
+{
+    const std::lock_guard lock{mutex_};
+    topics_.push_back(std::make_unique<lbm_topic>(lbm_topic{name, std::move(options), this}));
+    return topics_.back().get();
+}
+
+void Context::process_events(unsigned long timeout_ms)
+{
+    std::unique_lock lock{mutex_};
+    const auto unblocked = [this] { return unblocks_ > 0; };
+    if (timeout_ms == LBM_EVENT_QUEUE_BLOCK) {
+        unblocked_.wait(lock, unblocked);
+    } else if (!unblocked_.wait_for(lock, std::chrono::milliseconds{timeout_ms}, unblocked)) {
+        return;
+    }
+    --unblocks_;
+}
+
+void Context::unblock()
+{
+    {
+        const std::lock_guard lock{mutex_};
+        ++unblocks_;
+    }
+    unblocked_.notify_one();
+}
+
+} // namespace qx::transport

@@ -1,0 +1,68 @@
+/// A context: one participant with its sending and receiving halves.
+#pragma once
+
+#include <condition_variable>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <lbm/lbm.h>
+
+#include "domain.h"
+#include "options.h"
+#include "publisher.h"
+#include "subscriber.h"
+#include "xml_config.h"
+
+namespace qx::transport {
+
+/// Threads   any.
+class Context {
+public:
+    explicit Context(ContextSettings settings);
+    ~Context();
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+
+    const Options& options() const noexcept { return settings_.options; }
+    Options defaults_for(Scope scope) const { return settings_.defaults_for(scope); }
+    Publisher& publisher() noexcept { return publisher_; }
+    Subscriber& subscriber() noexcept { return subscriber_; }
+
+    /// A topic of the context; it lives as long as the context's handle.
+    lbm_topic* make_topic(const char* name, Options options);
+
+    /// Waits until unblocked or the time is over.
+    void process_events(unsigned long timeout_ms);
+    void unblock();
+
+    /// Stops what it serves. Sources and receivers that still refer to it find it closed.
+    void close();
+
+private:
+    ContextSettings settings_;
+    DomainUse domain_;
+    ContextId id_;
+    DdsEntity participant_;
+    Publisher publisher_;
+    Subscriber subscriber_;
+    std::mutex mutex_;
+    std::condition_variable unblocked_;
+    std::list<std::unique_ptr<lbm_topic>> topics_;
+    std::size_t unblocks_ = 0;
+};
+
+} // namespace qx::transport
+
+/// A topic as a source or receiver is made from it: a name and the options of its kind.
+struct lbm_topic {
+    std::string name;
+    qx::transport::Options options;
+    const qx::transport::Context* owner;
+};
+
+struct lbm_context {
+    std::shared_ptr<qx::transport::Context> context;
+};

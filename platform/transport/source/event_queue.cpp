@@ -1,0 +1,57 @@
+#include "event_queue.h"
+
+#include <chrono>
+
+#include "error.h"
+#include "receiver.h"
+
+namespace qx::transport {
+
+int EventQueue::dispatch(unsigned long timeout_ms)
+{
+    const Passage passage{dispatchers_};
+    if (!passage || mailbox_.closed()) {
+        throw TransportError(LBM_EOP, "the event queue was shut down");
+    }
+    if (timeout_ms == LBM_EVENT_QUEUE_POLL) {
+        return dispatch_present();
+    }
+    if (timeout_ms == LBM_EVENT_QUEUE_BLOCK) {
+        return dispatch_until(std::nullopt);
+    }
+    return dispatch_until(std::chrono::steady_clock::now() + std::chrono::milliseconds{timeout_ms});
+}
+
+int EventQueue::dispatch_present()
+{
+    int count = 0;
+    Delivery delivery;
+    for (std::size_t present = mailbox_.size(); present > 0; --present) {
+        if (mailbox_.take(delivery, std::chrono::steady_clock::time_point::min()) != Mailbox::Taken::item) {
+            break;
+        }
+        count += run_queued(delivery) ? 1 : 0;
+    }
+    return count;
+}
+
+int EventQueue::dispatch_until(Mailbox::Deadline deadline)
+{
+    int count = 0;
+    Delivery delivery;
+    while (mailbox_.take(delivery, deadline) == Mailbox::Taken::item) {
+        count += run_queued(delivery) ? 1 : 0;
+        if (deadline && std::chrono::steady_clock::now() >= *deadline) {
+            break;
+        }
+    }
+    return count;
+}
+
+void EventQueue::close()
+{
+    mailbox_.close();
+    dispatchers_.close();
+}
+
+} // namespace qx::transport

@@ -1,0 +1,54 @@
+/// What the remaining opaque handles of <lbm/lbm.h> point at.
+#pragma once
+
+#include <memory>
+
+#include <lbm/lbm.h>
+
+#include "context.h"
+#include "event_queue.h"
+#include "options.h"
+#include "receiver.h"
+
+struct lbm_event_queue {
+    std::shared_ptr<qx::transport::EventQueue> queue;
+};
+
+/// A handle outlives its context if the application wants: then `context` has expired.
+struct lbm_rcv {
+    std::shared_ptr<qx::transport::Receiver> receiver;
+    std::weak_ptr<qx::transport::Context> context;
+    qx::transport::Options options;
+};
+
+struct lbm_wildcard_rcv {
+    std::shared_ptr<qx::transport::Receiver> receiver;
+    std::weak_ptr<qx::transport::Context> context;
+    qx::transport::Options options;
+};
+
+namespace qx::transport {
+
+/// The options of a new object: what the application chose, then what the configuration chose for its kind.
+template <class Attr>
+Options options_for(const Context& context, Scope scope, const Attr* attr)
+{
+    Options options = attr != nullptr ? attr->options : Options{scope};
+    options.fill_from(context.defaults_for(scope));
+    return options;
+}
+
+inline std::shared_ptr<EventQueue> queue_of(const lbm_event_queue* evq)
+{
+    return evq != nullptr ? evq->queue : nullptr;
+}
+
+/// Throws TransportError (LBM_EINVAL) unless the topic was made for that context.
+inline void require_topic_of(const lbm_topic* topic, const Context& context)
+{
+    if (topic->owner != &context) {
+        throw TransportError(LBM_EINVAL, "the topic belongs to another context");
+    }
+}
+
+} // namespace qx::transport

@@ -1,0 +1,201 @@
+#include "intake.h"
+
+#include <algorithm>
+#include <array>
+
+#include "wire.h"
+#include "wire_qos.h"
+
+namespace qx::transport {
+namespace {
+
+constexpr std::size_t take_max = 64;
+constexpr std::chrono::seconds longest_wait{30};
+
+} // namespace
+
+Intake::Intake(dds_entity_t participant, Mailbox& out)
+    : participant_(participant)
+    , out_(out)
+    , tracker_(*this)
+    , frames_topic_(make_packet_topic(participant, frames_topic))
+    , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
+    , waitset_(dds_create_waitset(participant), "dds_create_waitset")
+    , stop_(dds_create_guardcondition(participant), "dds_create_guardcondition")
+    , catalogue_(make_reader(catalogue_topic_.get(), catalogue_qos().get()))
+{
+    check_dds(dds_waitset_attach(waitset_.get(), stop_.get(), 0), "dds_waitset_attach");
+    thread_ = Thread{"lbm_intake", [this] { run(); }};
+}
+
+Intake::~Intake()
+{
+    dds_set_guardcondition(stop_.get(), true);
+    thread_.finish();
+}
+
+Intake::Reader Intake::make_reader(dds_entity_t topic, const dds_qos_t* qos)
+{
+    Reader made;
+    made.reader = {dds_create_reader(participant_, topic, qos, nullptr), "dds_create_reader"};
+    made.condition = {dds_create_readcondition(made.reader.get(), DDS_ANY_STATE), "dds_create_readcondition"};
+    made.id = next_reader_++;
+    check_dds(dds_waitset_attach(waitset_.get(), made.condition.get(), 0), "dds_waitset_attach");
+    return made;
+}
+
+void Intake::add(const std::string& partition)
+{
+    const std::lock_guard lock{mutex_};
+    auto found = readers_.find(partition);
+    if (found == readers_.end()) {
+        found = readers_.emplace(partition, make_reader(frames_topic_.get(), frames_qos(partition).get())).first;
+    }
+    ++found->second.users;
+}
+
+void Intake::remove(const std::string& partition)
+{
+    const std::lock_guard lock{mutex_};
+    const auto found = readers_.find(partition);
+    if (found == readers_.end() || --found->second.users > 0) {
+        return;
+    }
+    // Its copies of shared streams were the ones that counted: take the last of them before others take over.
+    drain_frames(found->second);
+    tracker_.reader_gone(found->second.id);
+    dds_waitset_detach(waitset_.get(), found->second.condition.get());
+    readers_.erase(found);
+}
+
+void Intake::run()
+{
+    while (true) {
+        wait();
+        bool stopping = false;
+        dds_read_guardcondition(stop_.get(), &stopping);
+        if (stopping) {
+            return;
+        }
+        drain_all();
+    }
+}
+
+void Intake::wait()
+{
+    auto until = Clock::now() + longest_wait;
+    {
+        const std::lock_guard lock{mutex_};
+        until = std::min(until, tracker_.next_due().value_or(until));
+    }
+    const std::chrono::nanoseconds left = until - Clock::now();
+    dds_waitset_wait(waitset_.get(), nullptr, 0, std::max<dds_duration_t>(left.count(), 0));
+}
+
+void Intake::drain_all()
+{
+    const std::lock_guard lock{mutex_};
+    // The catalogue first: it must not announce what the end of a stream has already ended.
+    drain_catalogue();
+    for (const auto& [partition, reader] : readers_) {
+        drain_frames(reader);
+    }
+    tracker_.tick(Clock::now());
+}
+
+/// Empties a reader. `take` is given each valid packet; the keys whose senders are gone come back, each once.
+template <class Take>
+std::vector<Intake::Key> Intake::take_all(dds_entity_t reader, Take take)
+{
+    std::vector<Key> gone;
+    std::array<void*, take_max> loans{};
+    std::array<dds_sample_info_t, take_max> infos{};
+    dds_return_t taken = 0;
+    while ((taken = dds_take(reader, loans.data(), infos.data(), take_max, take_max)) > 0) {
+        for (std::size_t i = 0; i < static_cast<std::size_t>(taken); ++i) {
+            const auto& packet = *static_cast<const qx_wire_Packet*>(loans[i]);
+            Key key{{}, packet.part};
+            std::copy_n(packet.context, key.context.bytes.size(), key.context.bytes.begin());
+            const bool alive = infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE;
+            if (infos[i].valid_data) {
+                take(key, ByteView{packet.body._buffer, packet.body._length}, alive);
+            }
+            if (!alive && std::find(gone.begin(), gone.end(), key) == gone.end()) {
+                gone.push_back(key);
+            }
+        }
+        dds_return_loan(reader, loans.data(), taken);
+        loans.fill(nullptr);
+    }
+    return gone;
+}
+
+void Intake::drain_catalogue()
+{
+    // What a dead sender's page says is of no use to anybody: its sources would begin only to end.
+    const std::vector<Key> gone = take_all(catalogue_.reader.get(), [&](const Key& key, ByteView body, bool alive) {
+        if (alive) {
+            read_page(key, body);
+        }
+    });
+    for (const Key& key : gone) {
+        tracker_.page_gone(key.context, key.part, Clock::now());
+    }
+}
+
+void Intake::drain_frames(const Reader& reader)
+{
+    const std::vector<Key> gone =
+        take_all(reader.reader.get(), [&](const Key& key, ByteView body, bool) { read_frame(key, body, reader.id); });
+    for (const Key& key : gone) {
+        tracker_.stream_gone({key.context, key.part}, reader.id, Clock::now());
+    }
+}
+
+void Intake::read_page(const Key& key, ByteView body)
+{
+    if (decode_page(body, entries_)) {
+        tracker_.page(key.context, key.part, entries_, Clock::now());
+    } else {
+        ++refused_;
+    }
+}
+
+void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader)
+{
+    if (decode_frame(body, frame_)) {
+        refused_ += frame_.unknown_kinds;
+        tracker_.frame({key.context, key.part}, reader, frame_, Clock::now());
+    } else {
+        ++refused_;
+    }
+}
+
+void Intake::begun(const SourcePtr& source, std::uint32_t next)
+{
+    source->arrived = next;
+    out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next)});
+}
+
+void Intake::data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload)
+{
+    source->arrived = sequence + 1;
+    if (source->wanted) {
+        out_.post({Delivery::What::data, nullptr, source, Message::make(source, LBM_MSG_DATA, sequence, payload)});
+    }
+}
+
+void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last)
+{
+    source->arrived = last + 1;
+    if (source->wanted) {
+        out_.post_loss(nullptr, source, first, last);
+    }
+}
+
+void Intake::ended(const SourcePtr& source, std::uint32_t next)
+{
+    out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next)});
+}
+
+} // namespace qx::transport

@@ -1,0 +1,78 @@
+/// The receiving end at the engine: readers, and the thread that empties them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "dds_entity.h"
+#include "mailbox.h"
+#include "source_tracker.h"
+#include "thread.h"
+
+namespace qx::transport {
+
+/// Follows the sources that its readers hear and posts what happens to them. One reader per partition name, shared by
+/// all receivers that need it; the engine's own caches have no bound, so they are emptied at once, whatever callbacks
+/// do. Threads   any.
+class Intake : private SourceEvents {
+public:
+    Intake(dds_entity_t participant, Mailbox& out);
+    ~Intake() override;
+    Intake(const Intake&) = delete;
+    Intake& operator=(const Intake&) = delete;
+
+    void add(const std::string& partition);
+    void remove(const std::string& partition);
+
+    std::uint64_t refused() const noexcept { return refused_; } ///< packets and messages that made no sense
+
+private:
+    struct Reader {
+        DdsEntity reader;
+        DdsEntity condition;
+        SourceTracker::ReaderId id = 0;
+        std::size_t users = 0;
+    };
+    struct Key {
+        ContextId context;
+        std::uint32_t part;
+        bool operator==(const Key&) const = default;
+    };
+
+    void begun(const SourcePtr& source, std::uint32_t next) override;
+    void data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload) override;
+    void lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last) override;
+    void ended(const SourcePtr& source, std::uint32_t next) override;
+
+    Reader make_reader(dds_entity_t topic, const dds_qos_t* qos);
+    void run();
+    void wait();
+    void drain_all();
+    void drain_catalogue();
+    void drain_frames(const Reader& reader);
+    void read_page(const Key& key, ByteView body);
+    void read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader);
+    template <class Take>
+    static std::vector<Key> take_all(dds_entity_t reader, Take take);
+
+    const dds_entity_t participant_;
+    Mailbox& out_;
+    std::mutex mutex_; ///< readers and tracker
+    SourceTracker tracker_;
+    DdsEntity frames_topic_;
+    DdsEntity catalogue_topic_;
+    DdsEntity waitset_;
+    DdsEntity stop_;
+    Reader catalogue_;
+    std::map<std::string, Reader> readers_;
+    SourceTracker::ReaderId next_reader_ = 0;
+    std::vector<CatalogueEntry> entries_; ///< scratch
+    Frame frame_;                         ///< scratch
+    std::uint64_t refused_ = 0;
+    Thread thread_;
+};
+
+} // namespace qx::transport

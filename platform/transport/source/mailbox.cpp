@@ -1,0 +1,98 @@
+#include "mailbox.h"
+
+#include <utility>
+
+namespace qx::transport {
+
+void Mailbox::wake(std::unique_lock<std::mutex> lock)
+{
+    const bool somebody_waits = waiting_ > 0;
+    lock.unlock();
+    if (somebody_waits) {
+        filled_.notify_one();
+    }
+}
+
+bool Mailbox::post(Delivery delivery)
+{
+    std::unique_lock lock{mutex_};
+    if (closed_) {
+        return true;
+    }
+    const bool taken = queue_.push(std::move(delivery));
+    wake(std::move(lock));
+    return taken;
+}
+
+void Mailbox::post_loss(std::shared_ptr<Receiver> receiver, SourcePtr source, std::uint32_t first, std::uint32_t last)
+{
+    std::unique_lock lock{mutex_};
+    if (closed_) {
+        return;
+    }
+    queue_.push_loss(std::move(receiver), std::move(source), first, last);
+    wake(std::move(lock));
+}
+
+Mailbox::Taken Mailbox::take(Delivery& out, Deadline deadline)
+{
+    std::unique_lock lock{mutex_};
+    const auto ready = [this] { return closed_ || unblocks_ > 0 || queue_.size() > 0; };
+    ++waiting_;
+    if (deadline) {
+        filled_.wait_until(lock, *deadline, ready);
+    } else {
+        filled_.wait(lock, ready);
+    }
+    --waiting_;
+    if (closed_) {
+        return Taken::closed;
+    }
+    if (unblocks_ > 0) {
+        --unblocks_;
+        return Taken::unblocked;
+    }
+    if (std::optional<Delivery> next = queue_.pop()) {
+        out = std::move(*next);
+        return Taken::item;
+    }
+    return Taken::timed_out;
+}
+
+void Mailbox::unblock()
+{
+    std::unique_lock lock{mutex_};
+    ++unblocks_;
+    wake(std::move(lock));
+}
+
+void Mailbox::close() noexcept
+{
+    DeliveryQueue dropped{0};
+    {
+        const std::lock_guard lock{mutex_};
+        closed_ = true;
+        std::swap(dropped, queue_); // its messages are released without the lock
+    }
+    filled_.notify_all();
+}
+
+bool Mailbox::closed() const
+{
+    const std::lock_guard lock{mutex_};
+    return closed_;
+}
+
+std::size_t Mailbox::size() const
+{
+    const std::lock_guard lock{mutex_};
+    return queue_.size();
+}
+
+std::uint64_t Mailbox::dropped() const
+{
+    const std::lock_guard lock{mutex_};
+    return queue_.dropped();
+}
+
+} // namespace qx::transport

@@ -1,0 +1,54 @@
+/// A delivery queue between threads.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+
+#include "delivery_queue.h"
+
+namespace qx::transport {
+
+/// Any number of threads post and take.
+class Mailbox {
+public:
+    using Deadline = std::optional<std::chrono::steady_clock::time_point>; ///< empty: without limit
+    enum class Taken { item, timed_out, unblocked, closed };
+
+    explicit Mailbox(std::size_t bytes_max)
+        : queue_(bytes_max)
+    {
+    }
+
+    /// What is posted to a closed mailbox is gone. False: data that became a loss.
+    bool post(Delivery delivery);
+    void post_loss(std::shared_ptr<Receiver> receiver, SourcePtr source, std::uint32_t first, std::uint32_t last);
+
+    /// Waits for an item. An unblock goes first: a busy mailbox must not starve it.
+    Taken take(Delivery& out, Deadline deadline);
+
+    /// Makes one take return, now or the next.
+    void unblock();
+
+    /// Drops what waits; every take returns from now on.
+    void close() noexcept;
+    bool closed() const;
+
+    std::size_t size() const;
+    std::uint64_t dropped() const;
+
+private:
+    void wake(std::unique_lock<std::mutex> lock);
+
+    mutable std::mutex mutex_;
+    std::condition_variable filled_;
+    DeliveryQueue queue_;
+    std::size_t waiting_ = 0;
+    std::size_t unblocks_ = 0;
+    bool closed_ = false;
+};
+
+} // namespace qx::transport

@@ -1,0 +1,15 @@
+/// Which streams a reader hears: partitions are named after the first topic token, and readers may use wildcards.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qx::transport {
+
+/// The partition that a topic's messages travel in. Every character that partition names treat specially is escaped.
+std::string partition_of_topic(std::string_view topic);
+
+/// The partition, with a wildcard where needed, of every topic that begins with the prefix.
+std::string partition_of_prefix(std::string_view prefix);
+
+} // namespace qx::transport

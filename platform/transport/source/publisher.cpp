@@ -1,0 +1,161 @@
+#include "publisher.h"
+
+#include <algorithm>
+
+#include "partition.h"
+#include "wire.h"
+#include "wire_qos.h"
+
+namespace qx::transport {
+namespace {
+
+constexpr std::chrono::milliseconds page_delay{1};
+
+} // namespace
+
+CatalogueWriter::CatalogueWriter(dds_entity_t participant, const ContextId& context, Flusher& flusher)
+    : context_(context)
+    , flusher_(flusher)
+    , topic_(make_packet_topic(participant, catalogue_topic))
+    , writer_(dds_create_writer(participant, topic_.get(), catalogue_qos().get(), nullptr), "dds_create_writer")
+{
+}
+
+void CatalogueWriter::add(const LocalSource& source)
+{
+    const std::lock_guard lock{mutex_};
+    book_.add(source.number, source.stream->number(), source.topic);
+    arm();
+}
+
+void CatalogueWriter::close_source(std::uint32_t source, std::uint32_t final_sequence)
+{
+    const std::lock_guard lock{mutex_};
+    book_.close(source, final_sequence, Clock::now());
+    arm();
+}
+
+void CatalogueWriter::arm()
+{
+    if (!armed_) {
+        flusher_.arm(weak_from_this(), Clock::now() + page_delay);
+        armed_ = true;
+    }
+}
+
+bool CatalogueWriter::write_pages() noexcept
+{
+    while (const auto page = book_.first_dirty(page_)) {
+        qx_wire_Packet packet{};
+        std::copy(context_.bytes.begin(), context_.bytes.end(), packet.context);
+        packet.part = *page;
+        packet.body._buffer = page_.data();
+        packet.body._length = packet.body._maximum = static_cast<std::uint32_t>(page_.size());
+        if (dds_write(writer_.get(), &packet) != DDS_RETCODE_OK) {
+            return false;
+        }
+        book_.sent(*page);
+    }
+    return true;
+}
+
+std::optional<Clock::time_point> CatalogueWriter::flush() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    armed_ = false;
+    if (closed_ || write_pages()) {
+        return std::nullopt;
+    }
+    armed_ = true;
+    return Clock::now() + page_delay;
+}
+
+void CatalogueWriter::close() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    closed_ = true;
+    writer_.reset();
+}
+
+Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher)
+    : participant_(participant)
+    , id_(id)
+    , policy_(policy)
+    , flusher_(flusher)
+{
+}
+
+std::shared_ptr<StreamWriter> Publisher::stream_for(std::string_view topic)
+{
+    const std::string partition = partition_of_topic(topic);
+    if (const auto found = streams_.find(partition); found != streams_.end()) {
+        return found->second;
+    }
+    if (!frames_topic_) {
+        frames_topic_ = make_packet_topic(participant_, frames_topic);
+    }
+    const StreamId id{id_, static_cast<std::uint32_t>(streams_.size())};
+    auto stream = std::make_shared<StreamWriter>(participant_, frames_topic_.get(), id, partition, policy_, flusher_);
+    streams_.emplace(partition, stream);
+    return stream;
+}
+
+std::shared_ptr<LocalSource> Publisher::open(std::string_view topic)
+{
+    const std::lock_guard lock{mutex_};
+    if (closed_) {
+        throw TransportError(LBM_EOP, "the context is deleted");
+    }
+    if (!catalogue_) {
+        catalogue_ = std::make_shared<CatalogueWriter>(participant_, id_, flusher_);
+    }
+    auto source = std::make_shared<LocalSource>(LocalSource{next_source_, std::string{topic}, stream_for(topic)});
+    sources_.emplace(next_source_, source);
+    ++next_source_;
+    catalogue_->add(*source);
+    return source;
+}
+
+void Publisher::close_source(LocalSource& source, const SendWait& wait)
+{
+    try {
+        source.stream->end(source, wait);
+    } catch (const TransportError&) {
+        // Receivers that do not keep up learn of the end from the catalogue.
+    }
+    const std::lock_guard lock{mutex_};
+    sources_.erase(source.number);
+    if (catalogue_) {
+        catalogue_->close_source(source.number, source.next);
+    }
+}
+
+void Publisher::close(Clock::time_point deadline) noexcept
+{
+    std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources;
+    std::map<std::string, std::shared_ptr<StreamWriter>> streams;
+    std::shared_ptr<CatalogueWriter> catalogue;
+    {
+        const std::lock_guard lock{mutex_};
+        closed_ = true;
+        sources.swap(sources_);
+        streams.swap(streams_);
+        catalogue.swap(catalogue_);
+    }
+    for (const auto& [number, source] : sources) {
+        try {
+            source->stream->end(*source, {deadline});
+        } catch (const TransportError&) {
+            break; // receivers that do not keep up learn of the end when the streams go
+        }
+    }
+    for (const auto& [partition, stream] : streams) {
+        stream->drain(deadline);
+        stream->close();
+    }
+    if (catalogue) {
+        catalogue->close();
+    }
+}
+
+} // namespace qx::transport

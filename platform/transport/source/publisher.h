@@ -1,0 +1,74 @@
+/// The sending half of a context: its streams, its sources and their catalogue.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalogue.h"
+#include "dds_entity.h"
+#include "stream_writer.h"
+
+namespace qx::transport {
+
+/// Sends the pages of a catalogue, a little later than they change so that many changes make few packets.
+class CatalogueWriter : public Flushable, public std::enable_shared_from_this<CatalogueWriter> {
+public:
+    CatalogueWriter(dds_entity_t participant, const ContextId& context, Flusher& flusher);
+
+    void add(const LocalSource& source);
+    void close_source(std::uint32_t source, std::uint32_t final_sequence);
+
+    void close() noexcept;
+
+    std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
+
+private:
+    void arm();
+    bool write_pages() noexcept;
+
+    const ContextId context_;
+    Flusher& flusher_;
+    std::mutex mutex_;
+    DdsEntity topic_;
+    DdsEntity writer_;
+    CatalogueBook book_;
+    Bytes page_;
+    bool armed_ = false;
+    bool closed_ = false;
+};
+
+/// Threads   any.
+class Publisher {
+public:
+    Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher);
+
+    std::shared_ptr<LocalSource> open(std::string_view topic);
+    void close_source(LocalSource& source, const SendWait& wait);
+
+    /// Ends every source, waits at most until the deadline for receivers to have it all, and closes the streams.
+    /// Doing it twice is harmless.
+    void close(std::chrono::steady_clock::time_point deadline) noexcept;
+
+private:
+    std::shared_ptr<StreamWriter> stream_for(std::string_view topic);
+
+    const dds_entity_t participant_;
+    const ContextId id_;
+    const FlushPolicy policy_;
+    Flusher& flusher_;
+    std::mutex mutex_;
+    DdsEntity frames_topic_;
+    std::shared_ptr<CatalogueWriter> catalogue_;
+    std::map<std::string, std::shared_ptr<StreamWriter>> streams_; ///< by partition
+    std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources_;
+    std::uint32_t next_source_ = 0;
+    bool closed_ = false;
+};
+
+} // namespace qx::transport

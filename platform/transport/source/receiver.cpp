@@ -1,0 +1,67 @@
+#include "receiver.h"
+
+#include <utility>
+
+#include "last_words.h"
+#include "partition.h"
+
+namespace qx::transport {
+
+Receiver::Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue)
+    : topic_(std::move(topic))
+    , partition_(partition_of_topic(topic_))
+    , callback_(callback)
+    , queue_(std::move(queue))
+{
+}
+
+Receiver::Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue)
+    : pattern_(std::move(pattern))
+    , partition_(partition_of_prefix(pattern_->literal_prefix()))
+    , callback_(callback)
+    , queue_(std::move(queue))
+{
+}
+
+bool Receiver::matches(std::string_view topic) const
+{
+    return pattern_ ? pattern_->matches(topic) : topic == topic_;
+}
+
+void Receiver::deliver(Delivery::What what, const SourcePtr& source, Message& message)
+{
+    if (queue_) {
+        queue_->mailbox().post({what, shared_from_this(), source, message.share(), 0, 0});
+    } else {
+        run(message);
+    }
+}
+
+void Receiver::lose(const SourcePtr& source, std::uint32_t first, std::uint32_t last)
+{
+    if (queue_) {
+        queue_->mailbox().post_loss(shared_from_this(), source, first, last);
+    } else {
+        run(*loss_message(source, first, last));
+    }
+}
+
+bool Receiver::run(Message& message)
+{
+    const Passage passage{gate_};
+    if (!passage) {
+        return false;
+    }
+    call_or_die(callback_.proc, callback_.handle, message, callback_.clientd);
+    return true;
+}
+
+bool run_queued(Delivery& delivery)
+{
+    const MessagePtr message = delivery.what == Delivery::What::loss
+                                   ? loss_message(delivery.source, delivery.first, delivery.last)
+                                   : std::move(delivery.message);
+    return delivery.receiver->run(*message);
+}
+
+} // namespace qx::transport

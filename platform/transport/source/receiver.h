@@ -1,0 +1,58 @@
+/// Receivers, exact and wildcard: what they match and how they are called.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <lbm/lbm.h>
+
+#include "delivery_queue.h"
+#include "event_queue.h"
+#include "gate.h"
+#include "topic_pattern.h"
+
+namespace qx::transport {
+
+/// The application's side of a receiver. `handle` is null for wildcard receivers.
+struct Callback {
+    lbm_rcv_cb_proc proc = nullptr;
+    void* clientd = nullptr;
+    lbm_rcv_t* handle = nullptr;
+};
+
+class Receiver : public std::enable_shared_from_this<Receiver> {
+public:
+    /// `queue` may be null: then the context's thread runs the callback.
+    Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue);
+    Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue);
+
+    bool matches(std::string_view topic) const;
+
+    /// The partition that holds every stream it can hear, see partition.h.
+    const std::string& partition() const noexcept { return partition_; }
+
+    /// Called on the context's thread only, in order.
+    void deliver(Delivery::What what, const SourcePtr& source, Message& message);
+    void lose(const SourcePtr& source, std::uint32_t first, std::uint32_t last);
+
+    /// Runs the callback here and now. False: it was closed before.
+    bool run(Message& message);
+
+    /// No callback begins any more; waits for one that another thread is running.
+    void close() { gate_.close(); }
+    bool closed() const { return gate_.closed(); }
+
+private:
+    std::string topic_; ///< of an exact receiver
+    std::unique_ptr<TopicPattern> pattern_;
+    std::string partition_;
+    Callback callback_;
+    std::shared_ptr<EventQueue> queue_;
+    Gate gate_;
+};
+
+/// Runs what an event queue held. False: its receiver is gone.
+bool run_queued(Delivery& delivery);
+
+} // namespace qx::transport

@@ -1,0 +1,253 @@
+#include "source_tracker.h"
+
+#include <algorithm>
+
+namespace qx::transport {
+namespace {
+
+/// How far `to` is ahead of `from`; negative when it is behind. Sequence numbers wrap.
+std::int32_t ahead(std::uint32_t to, std::uint32_t from) noexcept
+{
+    return static_cast<std::int32_t>(to - from);
+}
+
+} // namespace
+
+bool SourceTracker::accept(Stream& stream, ReaderId reader, std::uint64_t sequence)
+{
+    if (!stream.owner) {
+        stream.owner = reader;
+    }
+    if (*stream.owner != reader || (stream.last && sequence <= *stream.last)) {
+        ++duplicates_;
+        return false;
+    }
+    stream.last = sequence;
+    return true;
+}
+
+void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now)
+{
+    Context& context = contexts_[id.context];
+    Stream& stream = context.streams[id.number];
+    if (!accept(stream, reader, frame.stream_sequence)) {
+        return;
+    }
+    stream.active = now;
+    for (const WireMessage& m : frame.messages) {
+        message(context, id, m, now);
+    }
+}
+
+void SourceTracker::message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now)
+{
+    if (m.kind == Kind::close && context.sources.find(m.source) == context.sources.end()) {
+        // Never heard of it: it needs no beginning to have an end, only a mark against older news.
+        Entry& entry = context.sources[m.source];
+        entry.state = State::closed;
+        entry.ended_at = now;
+        return;
+    }
+    Entry* entry = live(context, {stream.context, m.source}, stream.number, m.topic, m.sequence);
+    if (entry == nullptr) {
+        return;
+    }
+    switch (m.kind) {
+    case Kind::data:
+        data(*entry, m);
+        break;
+    case Kind::close:
+        advance(*entry, m.sequence);
+        end(*entry, State::closed, now);
+        break;
+    case Kind::sync:
+        advance(*entry, m.sequence);
+        break;
+    }
+}
+
+SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, std::uint32_t stream,
+                                          std::string_view topic, std::uint32_t next)
+{
+    auto found = context.sources.find(id.number);
+    if (found == context.sources.end()) {
+        if (context.sources.size() >= sources_per_context_max) {
+            ++refused_;
+            return nullptr;
+        }
+        found = context.sources.try_emplace(id.number).first;
+    } else if (found->second.state != State::lost) {
+        return found->second.state == State::open ? &found->second : nullptr;
+    }
+    Entry& entry = found->second;
+    entry.source = std::make_shared<RemoteSource>(id, topic);
+    entry.stream = stream;
+    entry.state = State::open;
+    entry.ending = false;
+    out_.begun(entry.source, entry.next.value_or(next));
+    return &entry;
+}
+
+void SourceTracker::data(Entry& entry, const WireMessage& m)
+{
+    if (entry.next && ahead(m.sequence, *entry.next) < 0) {
+        ++duplicates_;
+        return;
+    }
+    advance(entry, m.sequence);
+    out_.data(entry.source, m.sequence, m.payload);
+    entry.next = m.sequence + 1;
+}
+
+void SourceTracker::advance(Entry& entry, std::uint32_t sequence)
+{
+    if (entry.next && ahead(sequence, *entry.next) > 0) {
+        out_.lost(entry.source, *entry.next, sequence - 1);
+    }
+    if (!entry.next || ahead(sequence, *entry.next) > 0) {
+        entry.next = sequence;
+    }
+}
+
+void SourceTracker::end(Entry& entry, State how, Clock::time_point now)
+{
+    out_.ended(entry.source, entry.next.value_or(0));
+    entry.source.reset();
+    entry.state = how;
+    entry.ending = false;
+    entry.ended_at = now;
+}
+
+void SourceTracker::stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now)
+{
+    Context& context = contexts_[id.context];
+    Stream& stream = context.streams[id.number];
+    if (stream.owner && *stream.owner != reader) {
+        return;
+    }
+    stream.owner.reset(); // the last sequence number stays: other readers may still come with copies
+    for (auto& [number, entry] : context.sources) {
+        if (entry.state == State::open && entry.stream == id.number) {
+            end(entry, State::lost, now);
+        }
+    }
+}
+
+void SourceTracker::reader_gone(ReaderId reader)
+{
+    for (auto& [id, context] : contexts_) {
+        for (auto& [number, stream] : context.streams) {
+            if (stream.owner == reader) {
+                stream.owner.reset();
+            }
+        }
+    }
+}
+
+void SourceTracker::page(const ContextId& id, std::uint32_t page, std::span<const CatalogueEntry> entries,
+                         Clock::time_point now)
+{
+    Context& context = contexts_[id];
+    std::vector<std::uint32_t> listed;
+    listed.reserve(entries.size());
+    for (const CatalogueEntry& entry : entries) {
+        listed.push_back(entry.source);
+        list(id, context, entry, now);
+    }
+    std::sort(listed.begin(), listed.end());
+    std::vector<std::uint32_t>& before = context.pages[page];
+    for (const std::uint32_t source : before) {
+        if (!std::binary_search(listed.begin(), listed.end(), source)) {
+            start_ending(id, source, now);
+        }
+    }
+    before = std::move(listed);
+}
+
+void SourceTracker::list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now)
+{
+    if (listed.open) {
+        if (Entry* entry = live(context, {id, listed.source}, listed.stream, listed.topic, 0); entry != nullptr) {
+            entry->ending = false;
+        }
+        return;
+    }
+    const auto found = context.sources.find(listed.source);
+    if (found != context.sources.end() && found->second.state == State::open) {
+        found->second.final_sequence = listed.final_sequence;
+        start_ending(id, listed.source, now);
+    }
+}
+
+void SourceTracker::page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now)
+{
+    Context& context = contexts_[id];
+    for (const std::uint32_t source : context.pages[page]) {
+        start_ending(id, source, now);
+    }
+    context.pages.erase(page);
+}
+
+void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now)
+{
+    std::unordered_map<std::uint32_t, Entry>& sources = contexts_[id].sources;
+    const auto found = sources.find(source);
+    if (found == sources.end() || found->second.state != State::open || found->second.ending) {
+        return;
+    }
+    found->second.ending = true;
+    endings_.push_back({{id, source}, now + end_grace});
+}
+
+void SourceTracker::tick(Clock::time_point now)
+{
+    const auto due =
+        std::stable_partition(endings_.begin(), endings_.end(), [&](const Ending& e) { return e.due > now; });
+    const std::vector<Ending> finished{due, endings_.end()};
+    endings_.erase(due, endings_.end());
+    for (const Ending& ending : finished) {
+        finish(ending, now);
+    }
+    if (now - last_forget_ >= ended_source_kept / 5) {
+        last_forget_ = now;
+        forget(now);
+    }
+}
+
+void SourceTracker::finish(const Ending& ending, Clock::time_point now)
+{
+    Context& context = contexts_[ending.source.context];
+    const auto found = context.sources.find(ending.source.number);
+    if (found == context.sources.end() || !found->second.ending) {
+        return;
+    }
+    Entry& entry = found->second;
+    const Clock::time_point quiet_since = context.streams[entry.stream].active;
+    if (now - quiet_since < end_grace) {
+        endings_.push_back({ending.source, quiet_since + end_grace});
+        return;
+    }
+    const State how = entry.final_sequence ? State::closed : State::lost;
+    advance(entry, entry.final_sequence.value_or(entry.next.value_or(0)));
+    end(entry, how, now);
+}
+
+void SourceTracker::forget(Clock::time_point now)
+{
+    for (auto context = contexts_.begin(); context != contexts_.end();) {
+        std::erase_if(context->second.sources, [&](const auto& item) {
+            return item.second.state != State::open && now - item.second.ended_at >= ended_source_kept;
+        });
+        const bool silent = context->second.sources.empty() && context->second.pages.empty();
+        context = silent ? contexts_.erase(context) : std::next(context);
+    }
+}
+
+std::optional<Clock::time_point> SourceTracker::next_due() const
+{
+    const auto earliest = std::min_element(endings_.begin(), endings_.end(),
+                                           [](const Ending& a, const Ending& b) { return a.due < b.due; });
+    return earliest == endings_.end() ? std::nullopt : std::optional{earliest->due};
+}
+
+} // namespace qx::transport

@@ -1,0 +1,155 @@
+#include "stream_writer.h"
+
+#include <algorithm>
+
+#include "wire.h"
+#include "wire_qos.h"
+
+namespace qx::transport {
+namespace {
+
+/// A full window makes no event when it opens: it has to be tried again.
+constexpr std::chrono::microseconds retry_interval{500};
+
+using SteadyClock = std::chrono::steady_clock;
+
+} // namespace
+
+StreamWriter::StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id,
+                           const std::string& partition, FlushPolicy policy, Flusher& flusher)
+    : id_(id)
+    , policy_(policy)
+    , flusher_(flusher)
+    , writer_(dds_create_writer(participant, topic, frames_qos(partition).get(), nullptr), "dds_create_writer")
+    , frame_(policy.frame_bytes_max)
+{
+}
+
+void StreamWriter::send(LocalSource& source, std::string_view payload, const SendWait& wait)
+{
+    Lock lock{mutex_};
+    make_room(lock, {Kind::data, 0, 0, source.topic, {}, payload}, wait);
+    if (source.closed) {
+        throw TransportError(LBM_EOP, "the source is closed");
+    }
+    append({Kind::data, source.number, source.next, source.topic, {}, payload}, wait.flush);
+    ++source.next;
+}
+
+void StreamWriter::end(LocalSource& source, const SendWait& wait)
+{
+    Lock lock{mutex_};
+    if (source.closed) {
+        return;
+    }
+    source.closed = true;
+    make_room(lock, {Kind::close, 0, 0, source.topic, {}, {}}, wait);
+    append({Kind::close, source.number, source.next, source.topic, {}, {}}, wait.flush);
+}
+
+void StreamWriter::make_room(Lock& lock, const WireMessage& like, const SendWait& wait)
+{
+    while (true) {
+        if (closed_) {
+            throw TransportError(LBM_EOP, "the context is deleted");
+        }
+        if (frame_.fits(like)) {
+            return;
+        }
+        const dds_return_t result = write_frame();
+        if (result == DDS_RETCODE_OK) {
+            continue;
+        }
+        if (result != DDS_RETCODE_TIMEOUT) {
+            check_dds(result, "dds_write");
+        }
+        if (wait.never) {
+            throw TransportError(LBM_EWOULDBLOCK, "receivers have not acknowledged enough yet");
+        }
+        if (wait.deadline && SteadyClock::now() >= *wait.deadline) {
+            throw TransportError(LBM_ETIMEDOUT, "receivers have not acknowledged enough in time");
+        }
+        room_.wait_for(lock, retry_interval);
+    }
+}
+
+void StreamWriter::append(const WireMessage& message, bool at_once)
+{
+    frame_.add(message);
+    const auto now = SteadyClock::now();
+    const bool full = frame_.bytes() >= policy_.frame_bytes_max;
+    if (at_once || full || now - last_write_ >= policy_.gap) {
+        if (!try_write()) {
+            arm(now + retry_interval);
+        }
+    } else {
+        arm(last_write_ + policy_.gap);
+    }
+}
+
+void StreamWriter::arm(SteadyClock::time_point when)
+{
+    if (!armed_) {
+        flusher_.arm(weak_from_this(), when);
+        armed_ = true;
+    }
+}
+
+/// What could not be written stays collected, with its number.
+dds_return_t StreamWriter::write_frame()
+{
+    if (frame_.empty()) {
+        return DDS_RETCODE_OK;
+    }
+    Bytes& bytes = frame_.finish(sequence_);
+    qx_wire_Packet packet{};
+    std::copy(id_.context.bytes.begin(), id_.context.bytes.end(), packet.context);
+    packet.part = id_.number;
+    packet.body._buffer = bytes.data();
+    packet.body._length = packet.body._maximum = static_cast<std::uint32_t>(bytes.size());
+    const dds_return_t result = dds_write(writer_.get(), &packet);
+    if (result == DDS_RETCODE_OK) {
+        ++sequence_;
+        frame_.clear();
+        last_write_ = SteadyClock::now();
+    }
+    return result;
+}
+
+bool StreamWriter::try_write()
+{
+    return write_frame() == DDS_RETCODE_OK;
+}
+
+std::optional<SteadyClock::time_point> StreamWriter::flush() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    armed_ = false;
+    if (closed_ || try_write()) {
+        return std::nullopt;
+    }
+    armed_ = true;
+    return SteadyClock::now() + retry_interval;
+}
+
+void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
+{
+    Lock lock{mutex_};
+    while (!try_write() && SteadyClock::now() < deadline) {
+        room_.wait_for(lock, retry_interval);
+    }
+    const std::chrono::nanoseconds left = deadline - SteadyClock::now();
+    dds_wait_for_acks(writer_.get(), std::max<dds_duration_t>(left.count(), 0));
+}
+
+void StreamWriter::close() noexcept
+{
+    {
+        const std::lock_guard lock{mutex_};
+        closed_ = true;
+        writer_.reset();
+    }
+    room_.notify_all();
+}
+
+} // namespace qx::transport

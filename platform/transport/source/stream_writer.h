@@ -1,0 +1,90 @@
+/// The sending end of a stream: collects the messages of its sources into frames.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "dds_entity.h"
+#include "flusher.h"
+#include "frame.h"
+#include "ids.h"
+
+namespace qx::transport {
+
+class StreamWriter;
+
+/// One source of this process.
+struct LocalSource {
+    const std::uint32_t number;
+    const std::string topic;
+    const std::shared_ptr<StreamWriter> stream;
+    std::uint32_t next = 0; ///< sequence number; guarded by the stream's lock, fixed once closed
+    bool closed = false;    ///< guarded by the stream's lock
+};
+
+struct FlushPolicy {
+    std::size_t frame_bytes_max;
+    std::chrono::microseconds gap;
+};
+
+/// How long a send may wait for room.
+struct SendWait {
+    std::optional<std::chrono::steady_clock::time_point> deadline; ///< empty: without limit
+    bool never = false;
+    bool flush = false; ///< send at once what was collected
+};
+
+/// A message that comes at least `gap` after the last frame goes at once; one that comes sooner waits for company until
+/// the gap is over or the frame is full: no delay when idle, few frames under load.
+/// Threads   any.
+class StreamWriter : public Flushable, public std::enable_shared_from_this<StreamWriter> {
+public:
+    StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id, const std::string& partition,
+                 FlushPolicy policy, Flusher& flusher);
+
+    /// Accepts a message; after a failure it has consumed no sequence number. Throws TransportError: LBM_EWOULDBLOCK
+    /// and LBM_ETIMEDOUT for want of room, LBM_EOP when stream or source is closed, LBM_EOS.
+    void send(LocalSource& source, std::string_view payload, const SendWait& wait);
+
+    /// Closes the source, whatever happens, and sends its end; throws as `send`. Twice is harmless.
+    void end(LocalSource& source, const SendWait& wait);
+
+    /// Sends what is left and waits for the receivers' acknowledgement until the deadline.
+    void drain(std::chrono::steady_clock::time_point deadline) noexcept;
+
+    /// Sends that wait give up; nothing is sent any more.
+    void close() noexcept;
+
+    std::uint32_t number() const noexcept { return id_.number; }
+
+    std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    void make_room(Lock& lock, const WireMessage& like, const SendWait& wait);
+    void append(const WireMessage& message, bool at_once);
+    void arm(std::chrono::steady_clock::time_point when);
+    dds_return_t write_frame();
+    bool try_write();
+
+    const StreamId id_;
+    const FlushPolicy policy_;
+    Flusher& flusher_;
+    std::mutex mutex_;
+    std::condition_variable room_;
+    DdsEntity writer_;
+    FrameBuilder frame_;
+    std::uint64_t sequence_ = 0;
+    std::chrono::steady_clock::time_point last_write_{};
+    bool armed_ = false;
+    bool closed_ = false;
+};
+
+} // namespace qx::transport

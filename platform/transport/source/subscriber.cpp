@@ -1,0 +1,73 @@
+#include "subscriber.h"
+
+#include <utility>
+
+namespace qx::transport {
+
+Subscriber::Subscriber(dds_entity_t participant, std::size_t queue_bytes_max)
+    : participant_(participant)
+    , delivering_(std::make_shared<Delivering>(queue_bytes_max))
+{
+}
+
+void Subscriber::start()
+{
+    if (intake_) {
+        return;
+    }
+    if (!thread_.running()) {
+        thread_ = Thread{"lbm_context", [delivering = delivering_] {
+                             Delivery delivery;
+                             while (delivering->mailbox.take(delivery, std::nullopt) == Mailbox::Taken::item) {
+                                 delivering->router.handle(delivery);
+                                 delivery = {}; // the message goes now, not when the next one comes
+                             }
+                         }};
+    }
+    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox);
+}
+
+void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
+{
+    const std::lock_guard lock{mutex_};
+    if (closed_) {
+        throw TransportError(LBM_EOP, "the context is deleted");
+    }
+    start();
+    intake_->add(receiver->partition());
+    receivers_.insert(receiver);
+    delivering_->mailbox.post({Delivery::What::attach, receiver, nullptr, nullptr});
+}
+
+void Subscriber::detach(const std::shared_ptr<Receiver>& receiver)
+{
+    const std::lock_guard lock{mutex_};
+    if (receivers_.erase(receiver) == 0) {
+        return;
+    }
+    intake_->remove(receiver->partition());
+    delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr});
+}
+
+void Subscriber::close()
+{
+    std::unordered_set<std::shared_ptr<Receiver>> receivers;
+    std::unique_ptr<Intake> intake;
+    Thread thread;
+    {
+        const std::lock_guard lock{mutex_};
+        closed_ = true;
+        receivers.swap(receivers_);
+        intake.swap(intake_);
+        thread = std::move(thread_);
+    }
+    delivering_->mailbox.close();
+    // Without the lock: a callback that is waited for may itself be creating or deleting a receiver.
+    for (const auto& receiver : receivers) {
+        receiver->close();
+    }
+    intake.reset();
+    thread.finish();
+}
+
+} // namespace qx::transport
