@@ -1,5 +1,6 @@
 #include "attributes.h"
 
+#include <memory>
 #include <utility>
 
 #include "error.h"
@@ -17,7 +18,7 @@ int create(const char* call, Attr** attr) noexcept
 {
     return guarded(call, "", [&] {
         require(attr, "attr");
-        *attr = new Attr();
+        *attr = std::make_unique<Attr>().release();
     });
 }
 
@@ -27,7 +28,7 @@ int duplicate(const char* call, Attr** attr, const Attr* original) noexcept
     return guarded(call, "", [&] {
         require(attr, "attr");
         require(original, "original");
-        *attr = new Attr(*original);
+        *attr = std::make_unique<Attr>(*original).release();
     });
 }
 
@@ -100,7 +101,8 @@ int lbm_context_attr_create_from_xml(lbm_context_attr_t** attr, const char* cont
     return guarded(__func__, context_name, [&] {
         require(attr, "attr");
         require(context_name, "context_name");
-        *attr = new lbm_context_attr{qx::transport::configured_context(context_name)};
+        *attr = std::make_unique<lbm_context_attr>(lbm_context_attr{qx::transport::configured_context(context_name)})
+                    .release();
     });
 }
 

@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 
+#include "control_character.h"
 #include "error.h"
 
 namespace qx::transport {
@@ -61,12 +62,6 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
             "Messages that wait for dispatch; what exceeds it is reported as loss"),
 });
 // clang-format on
-
-bool is_control(char c) noexcept
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7f;
-}
 
 /// The text with control characters replaced, so that it cannot break the line it is written to.
 std::string printable(std::string_view raw)
@@ -198,7 +193,7 @@ const OptionSpec* find_option(Scope scope, std::string_view name) noexcept
 
 std::string accepted_values(const OptionSpec& spec)
 {
-    const std::string range = std::to_string(spec.min) + " to " + std::to_string(spec.max);
+    std::string range = std::to_string(spec.min) + " to " + std::to_string(spec.max);
     switch (spec.type) {
     case OptionType::integer:
         return range;

@@ -3,18 +3,10 @@
 #include <algorithm>
 #include <string>
 
+#include "control_character.h"
 #include "error.h"
 
 namespace qx::transport {
-namespace {
-
-bool is_control(char c) noexcept
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7f;
-}
-
-} // namespace
 
 void check_topic_name(std::string_view topic)
 {
@@ -22,7 +14,7 @@ void check_topic_name(std::string_view topic)
         throw TransportError(LBM_EINVAL, "a topic name has 1 to " + std::to_string(topic_bytes_max) +
                                              " bytes, this one " + std::to_string(topic.size()));
     }
-    const auto bad = std::find_if(topic.begin(), topic.end(), is_control);
+    const auto* const bad = std::find_if(topic.begin(), topic.end(), is_control);
     if (bad != topic.end()) {
         throw TransportError(LBM_EINVAL, "a topic name has no control characters, this one has one at offset " +
                                              std::to_string(bad - topic.begin()));

@@ -9,7 +9,7 @@
 
 namespace qx::transport {
 
-inline constexpr std::size_t xml_bytes_max = 16 * 1'024 * 1'024;
+inline constexpr std::size_t xml_bytes_max = std::size_t{16} << 20;
 
 /// Errors    TransportError (LBM_ENO_CONFIG) with "label:line: reason".
 /// Lifetime  nodes are valid as long as the document.
