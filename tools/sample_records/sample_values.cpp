@@ -93,6 +93,9 @@ std::int64_t id_value(std::string_view field, Subject& s)
     if (field == "market_id") {
         return static_cast<std::int64_t>(s.who.market);
     }
+    if (field == "channel_id") { // 32 bits
+        return static_cast<std::int64_t>(s.random.between(300, 399));
+    }
     return static_cast<std::int64_t>(s.random.between(1'000'000'000'000, 9'007'199'254'740'993));
 }
 

@@ -1,0 +1,137 @@
+#include "qxnotify/signals.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <limits>
+#include <system_error>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace qx::tool {
+
+namespace {
+
+int checked(int fd, const char* call)
+{
+    if (fd == -1) {
+        throw std::system_error(errno, std::generic_category(), call);
+    }
+    return fd;
+}
+
+sigset_t stop_set()
+{
+    sigset_t set{};
+    ::sigemptyset(&set);
+    ::sigaddset(&set, SIGINT);
+    ::sigaddset(&set, SIGTERM);
+    return set;
+}
+
+int open_signal_fd()
+{
+    const sigset_t set = stop_set();
+    return checked(::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC), "signalfd");
+}
+
+/// What is left, rounded up so that a wait never ends before its deadline; at most what poll() can be told.
+int remaining_ms(Deadline deadline)
+{
+    if (!deadline) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
+    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
+}
+
+bool passed(Deadline deadline)
+{
+    return deadline && std::chrono::steady_clock::now() >= *deadline;
+}
+
+} // namespace
+
+Deadline deadline_in(std::optional<double> seconds)
+{
+    if (!seconds) {
+        return {};
+    }
+    constexpr double longest = 1e9; // some thirty years, far below what the clock can hold
+    return std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                                  std::chrono::duration<double>(std::min(*seconds, longest)));
+}
+
+Descriptor::~Descriptor()
+{
+    ::close(m_fd);
+}
+
+StopSignals::StopSignals()
+    : m_fd(open_signal_fd())
+{
+    const sigset_t set = stop_set();
+    ::pthread_sigmask(SIG_BLOCK, &set, &m_previous);
+}
+
+StopSignals::~StopSignals()
+{
+    received(); // one that is still held back would end the process as soon as it is let through
+    ::pthread_sigmask(SIG_SETMASK, &m_previous, nullptr);
+}
+
+int StopSignals::received()
+{
+    signalfd_siginfo info{};
+    while (::read(m_fd.get(), &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
+        m_received = static_cast<int>(info.ssi_signo);
+    }
+    return m_received;
+}
+
+Waker::Waker()
+    : m_fd(checked(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "eventfd"))
+{
+}
+
+void Waker::wake() noexcept
+{
+    // It can only fail because the counter is full, and then the waiter is being woken anyway.
+    [[maybe_unused]] const int result = ::eventfd_write(m_fd.get(), 1);
+}
+
+Woken wait_for(int fd, StopSignals& stop, Deadline deadline)
+{
+    while (stop.received() == 0) {
+        std::array<pollfd, 2> fds{{{stop.fd(), POLLIN, 0}, {fd, POLLIN, 0}}}; // poll() passes over -1
+        const int ready = ::poll(fds.data(), fds.size(), remaining_ms(deadline));
+        if (ready == -1 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+        if (ready > 0 && fds[0].revents == 0) {
+            return Woken::ready;
+        }
+        if (ready == 0 && passed(deadline)) {
+            return Woken::timed_out;
+        }
+    }
+    return Woken::stopped;
+}
+
+std::string signal_name(int signal)
+{
+    switch (signal) {
+    case SIGINT:
+        return "SIGINT";
+    case SIGTERM:
+        return "SIGTERM";
+    default:
+        return "signal " + std::to_string(signal);
+    }
+}
+
+} // namespace qx::tool
