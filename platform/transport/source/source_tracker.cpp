@@ -13,27 +13,50 @@ std::int32_t ahead(std::uint32_t to, std::uint32_t from) noexcept
 
 } // namespace
 
-bool SourceTracker::accept(Stream& stream, ReaderId reader, std::uint64_t sequence)
+bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence)
 {
-    if (!stream.owner) {
-        stream.owner = reader;
-    }
-    if (*stream.owner != reader || (stream.last && sequence <= *stream.last)) {
+    Stream& stream = context.streams[id.number];
+    if (stream.owner && *stream.owner != reader) {
+        stream.dropped = std::max(stream.dropped, sequence);
         ++duplicates_;
         return false;
     }
+    if (stream.last && sequence <= *stream.last) {
+        ++duplicates_;
+        return false;
+    }
+    if (stream.handed_over) {
+        take_over(context, id, sequence);
+    }
+    stream.owner = reader;
     stream.last = sequence;
     return true;
+}
+
+/// A new reader goes on where the last one was, unless for a while there was none: what was sent then is no loss.
+void SourceTracker::take_over(Context& context, const StreamId& id, std::uint64_t sequence)
+{
+    Stream& stream = context.streams[id.number];
+    stream.handed_over = false;
+    const bool gap = stream.last && sequence > *stream.last + 1;
+    const bool another_heard_it = stream.last && stream.dropped > *stream.last;
+    if (!gap || another_heard_it) {
+        return;
+    }
+    for (auto& [number, entry] : context.sources) {
+        if (entry.stream == id.number) {
+            entry.next.reset();
+        }
+    }
 }
 
 void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now)
 {
     Context& context = contexts_[id.context];
-    Stream& stream = context.streams[id.number];
-    if (!accept(stream, reader, frame.stream_sequence)) {
+    if (!accept(context, id, reader, frame.stream_sequence)) {
         return;
     }
-    stream.active = now;
+    context.streams[id.number].active = now;
     for (const WireMessage& m : frame.messages) {
         message(context, id, m, now);
     }
@@ -139,6 +162,7 @@ void SourceTracker::reader_gone(ReaderId reader)
         for (auto& [number, stream] : context.streams) {
             if (stream.owner == reader) {
                 stream.owner.reset();
+                stream.handed_over = true;
             }
         }
     }
@@ -228,7 +252,9 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         return;
     }
     const State how = entry.final_sequence ? State::closed : State::lost;
-    advance(entry, entry.final_sequence.value_or(entry.next.value_or(0)));
+    if (entry.final_sequence && context.streams[entry.stream].owner) {
+        advance(entry, *entry.final_sequence);
+    }
     end(entry, how, now);
 }
 

@@ -5,7 +5,8 @@
 ///           stream has been quiet for `end_grace` (the data may still be on its way); the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
-/// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss.
+/// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
+///           what it sent while no reader heard its stream.
 /// Copies    the same stream may be seen by several readers: the first is its owner and the others' copies are dropped.
 /// Threads   not synchronised.
 #pragma once
@@ -83,7 +84,9 @@ private:
     };
     struct Stream {
         std::optional<ReaderId> owner;
-        std::optional<std::uint64_t> last;
+        std::optional<std::uint64_t> last; ///< frame that was accepted
+        std::uint64_t dropped = 0;         ///< the latest copy that a reader beside the owner brought
+        bool handed_over = false;          ///< the owner went, and no other has taken over yet
         Clock::time_point active{};
     };
     struct Context {
@@ -96,7 +99,8 @@ private:
         Clock::time_point due;
     };
 
-    bool accept(Stream& stream, ReaderId reader, std::uint64_t sequence);
+    bool accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence);
+    static void take_over(Context& context, const StreamId& id, std::uint64_t sequence);
     Entry* live(Context& context, const SourceId& id, std::uint32_t stream, std::string_view topic, std::uint32_t next);
     void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
     void data(Entry& entry, const WireMessage& m);

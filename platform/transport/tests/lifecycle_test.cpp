@@ -1,0 +1,167 @@
+/// Making and deleting, in any order and from anywhere.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "support/context_fixture.h"
+
+using namespace testing;
+
+namespace {
+
+TEST(Lifecycle, GivenManyContexts_WhenMadeAndDeletedInTurn_ThenEachWorks)
+{
+    for (int i = 0; i < 200; ++i) {
+        const auto ctx = test::make_context();
+        const auto source = test::make_source(ctx, "LOOP.A");
+        test::send(source, "x");
+    }
+}
+
+TEST(Lifecycle, GivenAReceiver_WhenItsContextIsDeletedFirst_ThenItMayStillBeDeleted)
+{
+    auto ctx = test::make_context();
+    test::Recorder recorder;
+    auto receiver = test::make_receiver(ctx, "ORPHAN.A", recorder);
+    auto wildcard = test::make_wildcard(ctx, "ORPHAN\\..*", recorder);
+    ctx.reset();
+    EXPECT_EQ(lbm_rcv_delete(receiver.release()), LBM_OK);
+    EXPECT_EQ(lbm_wildcard_rcv_delete(wildcard.release()), LBM_OK);
+}
+
+TEST(Lifecycle, GivenASource_WhenItsContextIsDeletedFirst_ThenSendingFailsAndItMayBeDeleted)
+{
+    auto ctx = test::make_context();
+    auto source = test::make_source(ctx, "ORPHAN.A");
+    ctx.reset();
+    EXPECT_EQ(lbm_src_send(source.get(), "x", 1, 0), LBM_FAILURE);
+    EXPECT_EQ(lbm_errnum(), LBM_EOP);
+    EXPECT_EQ(lbm_src_delete(source.release()), LBM_OK);
+}
+
+TEST(Lifecycle, GivenACallbackInProgress_WhenTheReceiverIsDeleted_ThenDeletionWaitsForIt)
+{
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    std::promise<void> entered;
+    std::promise<void> leave;
+    std::atomic<bool> first{true};
+    std::atomic<bool> left{false};
+    recorder.then = [&](lbm_msg_t&) {
+        if (first.exchange(false)) {
+            entered.set_value();
+            leave.get_future().wait();
+            left = true;
+        }
+    };
+    auto receiver = test::make_receiver(ctx, "BUSY.A", recorder);
+    const auto source = test::make_source(ctx, "BUSY.A");
+    entered.get_future().wait();
+    std::promise<void> deleting;
+    std::thread deleter{[&] {
+        deleting.set_value();
+        receiver.reset();
+        EXPECT_TRUE(left);
+    }};
+    deleting.get_future().wait();
+    leave.set_value();
+    deleter.join();
+}
+
+TEST(Lifecycle, GivenADeletedReceiver_WhenItsSourceGoesOn_ThenItIsCalledNoMore)
+{
+    const auto ctx = test::make_context();
+    test::Recorder gone;
+    test::Recorder other;
+    auto receiver = test::make_receiver(ctx, "GONE.A", gone);
+    const auto witness = test::make_receiver(ctx, "GONE.A", other);
+    const auto source = test::make_source(ctx, "GONE.A");
+    test::connect(source, gone, "GONE.A");
+    receiver.reset();
+    const std::size_t calls = gone.seen().size();
+    test::send(source, "later");
+    ASSERT_TRUE(other.wait([&] { return !other.payloads().empty() && other.payloads().back() == "later"; }));
+    EXPECT_EQ(gone.seen().size(), calls);
+}
+
+TEST(Lifecycle, GivenAReceiver_WhenItsOwnCallbackDeletesIt_ThenThatWasItsLastCall)
+{
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    test::Recorder other;
+    test::ReceiverHandle receiver;
+    std::atomic<bool> ready{false};
+    recorder.then = [&](lbm_msg_t& msg) {
+        if (msg.type == LBM_MSG_DATA && ready) {
+            receiver.reset();
+        }
+    };
+    receiver = test::make_receiver(ctx, "SELF.A", recorder);
+    const auto witness = test::make_receiver(ctx, "SELF.A", other);
+    const auto source = test::make_source(ctx, "SELF.A");
+    ready = true;
+    test::connect(source, other, "SELF.A");
+    test::send(source, "later");
+    ASSERT_TRUE(other.wait([&] { return other.payloads().back() == "later"; }));
+    EXPECT_EQ(recorder.count(LBM_MSG_DATA), 1U);
+}
+
+TEST(Lifecycle, GivenAContext_WhenACallbackOnItsThreadDeletesIt_ThenItIsGone)
+{
+    const auto sender = test::make_context();
+    const auto source = test::make_source(sender, "SUICIDE.A");
+    test::Recorder recorder;
+    auto ctx = test::make_context();
+    std::atomic<bool> ready{false};
+    std::promise<int> deleted;
+    recorder.then = [&](lbm_msg_t&) { deleted.set_value(lbm_context_delete(ctx.release())); };
+    const auto receiver = test::make_receiver(ctx, "SUICIDE.A", recorder);
+    EXPECT_EQ(deleted.get_future().get(), LBM_OK);
+    EXPECT_EQ(recorder.seen().size(), 1U);
+}
+
+TEST(Lifecycle, GivenACallback_WhenItMakesAndDeletesReceiversOfItsContext_ThenTheyWork)
+{
+    const auto ctx = test::make_context();
+    test::Recorder outer;
+    test::Recorder inner;
+    test::ReceiverHandle made;
+    std::atomic<bool> done{false};
+    outer.then = [&](lbm_msg_t& msg) {
+        if (msg.type == LBM_MSG_BOS) {
+            made = test::make_receiver(ctx, "INNER.A", inner);
+            done = true;
+        }
+    };
+    const auto receiver = test::make_receiver(ctx, "OUTER.A", outer);
+    const auto source = test::make_source(ctx, "OUTER.A");
+    const auto inner_source = test::make_source(ctx, "INNER.A");
+    EXPECT_TRUE(inner.wait_for(LBM_MSG_BOS));
+    EXPECT_TRUE(done);
+}
+
+TEST(Lifecycle, GivenReceiversComingAndGoing_WhenSourcesSendAllTheWhile_ThenNothingBreaks)
+{
+    const auto ctx = test::make_context();
+    const auto source = test::make_source(ctx, "CHURN.A");
+    std::atomic<bool> stop{false};
+    std::thread sender{[&] {
+        while (!stop) {
+            test::send(source, "x");
+        }
+    }};
+    for (int i = 0; i < 50; ++i) {
+        test::Recorder recorder;
+        const auto exact = test::make_receiver(ctx, "CHURN.A", recorder);
+        const auto wildcard = test::make_wildcard(ctx, "C.*", recorder);
+        EXPECT_TRUE(recorder.wait_for(LBM_MSG_DATA, 2));
+        EXPECT_EQ(recorder.count(LBM_MSG_UNRECOVERABLE_LOSS) + recorder.count(LBM_MSG_UNRECOVERABLE_LOSS_BURST), 0U);
+    }
+    stop = true;
+    sender.join();
+}
+
+} // namespace
