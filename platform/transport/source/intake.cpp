@@ -10,6 +10,7 @@ namespace qx::transport {
 namespace {
 
 constexpr std::size_t take_max = 64;
+constexpr std::size_t batches_per_turn = 16;
 constexpr std::chrono::seconds longest_wait{30};
 
 } // namespace
@@ -44,9 +45,15 @@ Intake::Reader Intake::make_reader(dds_entity_t topic, const dds_qos_t* qos)
     return made;
 }
 
+std::unique_lock<std::mutex> Intake::lock_in_turn()
+{
+    const std::lock_guard turn{turn_};
+    return std::unique_lock{mutex_};
+}
+
 void Intake::add(const std::string& partition)
 {
-    const std::lock_guard lock{mutex_};
+    const auto lock = lock_in_turn();
     auto found = readers_.find(partition);
     if (found == readers_.end()) {
         found = readers_.emplace(partition, make_reader(frames_topic_.get(), frames_qos(partition).get())).first;
@@ -56,13 +63,14 @@ void Intake::add(const std::string& partition)
 
 void Intake::remove(const std::string& partition)
 {
-    const std::lock_guard lock{mutex_};
+    const auto lock = lock_in_turn();
     const auto found = readers_.find(partition);
     if (found == readers_.end() || --found->second.users > 0) {
         return;
     }
-    // Its copies of shared streams were the ones that counted: take the last of them before others take over.
-    drain_frames(found->second);
+    // Its copies of shared streams are the ones that count: take those that other readers have dropped already.
+    while (drain_frames(found->second) && tracker_.is_behind(found->second.id)) {
+    }
     tracker_.reader_gone(found->second.id);
     dds_waitset_detach(waitset_.get(), found->second.condition.get());
     readers_.erase(found);
@@ -83,35 +91,35 @@ void Intake::run()
 
 void Intake::wait()
 {
-    auto until = Clock::now() + longest_wait;
-    {
-        const std::lock_guard lock{mutex_};
-        until = std::min(until, tracker_.next_due().value_or(until));
-    }
-    const std::chrono::nanoseconds left = until - Clock::now();
+    const std::chrono::nanoseconds left = wake_ - Clock::now();
     dds_waitset_wait(waitset_.get(), nullptr, 0, std::max<dds_duration_t>(left.count(), 0));
 }
 
 void Intake::drain_all()
 {
-    const std::lock_guard lock{mutex_};
+    const auto lock = lock_in_turn();
     // The catalogue first: it must not announce what the end of a stream has already ended.
     drain_catalogue();
     for (const auto& [partition, reader] : readers_) {
         drain_frames(reader);
     }
-    tracker_.tick(Clock::now());
+    const auto now = Clock::now();
+    tracker_.tick(now);
+    wake_ = tracker_.next_due().value_or(now + longest_wait);
 }
 
-/// Empties a reader. `take` is given each valid packet; the keys whose senders are gone come back, each once.
+/// Gives each valid packet to `take` and collects the keys whose senders are gone, each once. A steady flow is left in
+/// time for others to have their turn, but not before all of a sender that is gone was taken. False: it was empty.
 template <class Take>
-std::vector<Intake::Key> Intake::take_all(dds_entity_t reader, Take take)
+bool Intake::take_some(dds_entity_t reader, std::vector<Key>& gone, Take take)
 {
-    std::vector<Key> gone;
     std::array<void*, take_max> loans{};
     std::array<dds_sample_info_t, take_max> infos{};
     dds_return_t taken = 0;
-    while ((taken = dds_take(reader, loans.data(), infos.data(), take_max, take_max)) > 0) {
+    std::size_t batch = 0;
+    for (; (batch < batches_per_turn || !gone.empty()) &&
+           (taken = dds_take(reader, loans.data(), infos.data(), take_max, take_max)) > 0;
+         ++batch) {
         for (std::size_t i = 0; i < static_cast<std::size_t>(taken); ++i) {
             const auto& packet = *static_cast<const qx_wire_Packet*>(loans[i]);
             Key key{{}, packet.part};
@@ -127,13 +135,14 @@ std::vector<Intake::Key> Intake::take_all(dds_entity_t reader, Take take)
         dds_return_loan(reader, loans.data(), taken);
         loans.fill(nullptr);
     }
-    return gone;
+    return batch > 0;
 }
 
 void Intake::drain_catalogue()
 {
     // What a dead sender's page says is of no use to anybody: its sources would begin only to end.
-    const std::vector<Key> gone = take_all(catalogue_.reader.get(), [&](const Key& key, ByteView body, bool alive) {
+    std::vector<Key> gone;
+    take_some(catalogue_.reader.get(), gone, [&](const Key& key, ByteView body, bool alive) {
         if (alive) {
             read_page(key, body);
         }
@@ -143,13 +152,15 @@ void Intake::drain_catalogue()
     }
 }
 
-void Intake::drain_frames(const Reader& reader)
+bool Intake::drain_frames(const Reader& reader)
 {
-    const std::vector<Key> gone =
-        take_all(reader.reader.get(), [&](const Key& key, ByteView body, bool) { read_frame(key, body, reader.id); });
+    std::vector<Key> gone;
+    const bool any = take_some(reader.reader.get(), gone,
+                               [&](const Key& key, ByteView body, bool) { read_frame(key, body, reader.id); });
     for (const Key& key : gone) {
         tracker_.stream_gone({key.context, key.part}, reader.id, Clock::now());
     }
+    return any;
 }
 
 void Intake::read_page(const Key& key, ByteView body)

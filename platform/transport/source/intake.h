@@ -48,18 +48,20 @@ private:
     void ended(const SourcePtr& source, std::uint32_t next) override;
 
     Reader make_reader(dds_entity_t topic, const dds_qos_t* qos);
+    std::unique_lock<std::mutex> lock_in_turn();
     void run();
     void wait();
     void drain_all();
     void drain_catalogue();
-    void drain_frames(const Reader& reader);
+    bool drain_frames(const Reader& reader);
     void read_page(const Key& key, ByteView body);
     void read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader);
     template <class Take>
-    static std::vector<Key> take_all(dds_entity_t reader, Take take);
+    static bool take_some(dds_entity_t reader, std::vector<Key>& gone, Take take);
 
     const dds_entity_t participant_;
     Mailbox& out_;
+    std::mutex turn_;  ///< held while waiting for `mutex_`: a busy intake must let others have it in turn
     std::mutex mutex_; ///< readers and tracker
     SourceTracker tracker_;
     DdsEntity frames_topic_;
@@ -72,6 +74,7 @@ private:
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
     std::uint64_t refused_ = 0;
+    Clock::time_point wake_ = Clock::time_point::min(); ///< the intake thread's
     Thread thread_;
 };
 

@@ -156,6 +156,18 @@ void SourceTracker::stream_gone(const StreamId& id, ReaderId reader, Clock::time
     }
 }
 
+bool SourceTracker::is_behind(ReaderId reader) const
+{
+    for (const auto& [id, context] : contexts_) {
+        for (const auto& [number, stream] : context.streams) {
+            if (stream.owner == reader && stream.dropped > stream.last.value_or(0)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 void SourceTracker::reader_gone(ReaderId reader)
 {
     for (auto& [id, context] : contexts_) {

@@ -57,6 +57,8 @@ public:
     void frame(const StreamId& stream, ReaderId reader, const Frame& frame, Clock::time_point now);
     /// The stream's sender is gone, closed or lost, and everything it sent has been given to `frame`.
     void stream_gone(const StreamId& stream, ReaderId reader, Clock::time_point now);
+    /// Whether other readers have dropped copies of frames that this reader, their stream's owner, has not brought yet.
+    bool is_behind(ReaderId reader) const;
     /// The reader is no more; its streams are free for other readers.
     void reader_gone(ReaderId reader);
 

@@ -1,0 +1,245 @@
+/// The life of sources as told by frames, pages and lost senders; without a network.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "platform/transport/source/source_tracker.h"
+
+using namespace qx::transport;
+using namespace testing;
+
+namespace {
+
+class Log : public SourceEvents {
+public:
+    void begun(const SourcePtr& s, std::uint32_t next) override { add("begun", s) += " " + std::to_string(next); }
+    void data(const SourcePtr& s, std::uint32_t n, std::string_view payload) override
+    {
+        add("data", s).append(" " + std::to_string(n) + " ").append(payload);
+    }
+    void lost(const SourcePtr& s, std::uint32_t first, std::uint32_t last) override
+    {
+        add("lost", s) += " " + std::to_string(first) + "-" + std::to_string(last);
+    }
+    void ended(const SourcePtr& s, std::uint32_t next) override { add("ended", s) += " " + std::to_string(next); }
+
+    std::vector<std::string> lines;
+
+private:
+    std::string& add(const std::string& what, const SourcePtr& s) { return lines.emplace_back(what + " " + s->topic); }
+};
+
+/// A tracker with one context, stream and reader to tell about, and a clock of its own.
+class SourceTrackerTest : public Test {
+protected:
+    static WireMessage data(std::uint32_t sequence) { return {Kind::data, 7, sequence, "T", {}, "x"}; }
+    static WireMessage close(std::uint32_t sequence) { return {Kind::close, 7, sequence, "T", {}, {}}; }
+    static WireMessage sync(std::uint32_t sequence) { return {Kind::sync, 7, sequence, "T", {}, {}}; }
+
+    void frame(std::uint64_t stream_sequence, std::vector<WireMessage> messages, SourceTracker::ReaderId reader = 1)
+    {
+        tracker.frame(stream, reader, {stream_sequence, std::move(messages), 0}, now);
+    }
+    void page(std::initializer_list<CatalogueEntry> entries)
+    {
+        tracker.page(context, 0, std::vector<CatalogueEntry>{entries}, now);
+    }
+    void pass(std::chrono::milliseconds time)
+    {
+        now += time;
+        tracker.tick(now);
+    }
+
+    const ContextId context{{1, 2, 3}};
+    const StreamId stream{context, 0};
+    const CatalogueEntry open_entry{true, 7, 0, 0, "T"};
+    Log log;
+    SourceTracker tracker{log};
+    Clock::time_point now{std::chrono::hours{1}};
+};
+
+TEST_F(SourceTrackerTest, GivenAnUnknownSource_WhenItsFirstDataComes_ThenItBeginsThere)
+{
+    frame(0, {data(41)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 41", "data T 41 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenItsDataComes_ThenItHasBegunOnce)
+{
+    page({open_entry});
+    page({open_entry});
+    frame(0, {data(0)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenAGapOfOne_WhenTheNextDataComes_ThenTheLossStandsBeforeIt)
+{
+    frame(0, {data(0), data(2)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-1", "data T 2 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenAGapAcrossTheWrap_WhenTheNextDataComes_ThenTheLossNamesBothEnds)
+{
+    frame(0, {data(0xFFFFFFFE), data(1)});
+    EXPECT_THAT(log.lines,
+                ElementsAre("begun T 4294967294", "data T 4294967294 x", "lost T 4294967295-0", "data T 1 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenDataThatCameBefore_WhenItComesAgain_ThenItIsDroppedAndCounted)
+{
+    frame(0, {data(5), data(6)});
+    frame(1, {data(5)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 5", "data T 5 x", "data T 6 x"));
+    EXPECT_EQ(tracker.duplicates(), 1U);
+}
+
+TEST_F(SourceTrackerTest, GivenLostTailData_WhenASyncComes_ThenTheLossIsTold)
+{
+    frame(0, {data(0)});
+    frame(2, {sync(4), sync(4)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-3"));
+}
+
+TEST_F(SourceTrackerTest, GivenLostTailData_WhenTheCloseComes_ThenLossThenEnd)
+{
+    frame(0, {data(0)});
+    frame(2, {close(3)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-2", "ended T 3"));
+}
+
+TEST_F(SourceTrackerTest, GivenAnUnknownSource_WhenOnlyItsCloseComes_ThenNothingIsTold)
+{
+    frame(0, {close(3)});
+    page({open_entry});
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedSource_WhenLateNewsComes_ThenItDoesNotReturn)
+{
+    frame(0, {data(0), close(1)});
+    frame(1, {data(1)});
+    page({open_entry});
+    pass(std::chrono::seconds{2});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosed_ThenItEndsAfterTheGraceWithItsLoss)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    now += end_grace;
+    page({{false, 7, 0, 3, "T"}});
+    pass(end_grace - std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, SizeIs(2));
+    pass(std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-2", "ended T 3"));
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedEntry_WhenTheStreamIsStillActive_ThenItsDataIsWaitedFor)
+{
+    page({open_entry});
+    page({{false, 7, 0, 2, "T"}});
+    pass(end_grace - std::chrono::milliseconds{1});
+    frame(0, {data(0)});
+    pass(std::chrono::milliseconds{1});
+    frame(1, {data(1), close(2)});
+    pass(2 * end_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x", "ended T 2"));
+}
+
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenItsPageListsItNoMore_ThenItEndsAfterTheGrace)
+{
+    page({open_entry});
+    page({});
+    EXPECT_EQ(tracker.next_due(), now + end_grace);
+    pass(end_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "ended T 0"));
+}
+
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenItsPageGoesAndReturnsInTime_ThenItGoesOn)
+{
+    page({open_entry});
+    tracker.page_gone(context, 0, now);
+    page({open_entry});
+    pass(2 * end_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSender_WhenPageAndStreamAreGone_ThenEachSourceEndsOnce)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    tracker.page_gone(context, 0, now);
+    tracker.stream_gone(stream, 1, now);
+    pass(2 * end_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturns_ThenItBeginsAgainAndTheGapIsLoss)
+{
+    frame(0, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    frame(5, {data(9)});
+    EXPECT_THAT(log.lines,
+                ElementsAre("begun T 0", "data T 0 x", "ended T 1", "begun T 1", "lost T 1-8", "data T 9 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenBothBringAFrame_ThenItCountsOnce)
+{
+    frame(0, {data(0)}, 1);
+    frame(0, {data(0)}, 2);
+    frame(1, {data(1)}, 2);
+    frame(1, {data(1)}, 1);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x"));
+    EXPECT_EQ(tracker.duplicates(), 2U);
+}
+
+TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoes_ThenTheOtherGoesOn)
+{
+    frame(0, {data(0)}, 1);
+    tracker.reader_gone(1);
+    frame(0, {data(0)}, 2);
+    frame(1, {data(1)}, 2);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoesWithFramesTheOtherDropped_ThenThatIsLoss)
+{
+    frame(0, {data(0)}, 1);
+    frame(1, {data(1)}, 2);
+    EXPECT_TRUE(tracker.is_behind(1));
+    tracker.reader_gone(1);
+    frame(2, {data(2)}, 2);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-1", "data T 2 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenAStreamNobodyHearsForAWhile_WhenANewReaderComes_ThenWhatItMissedIsNoLoss)
+{
+    frame(0, {data(0)}, 1);
+    tracker.reader_gone(1);
+    frame(9, {data(9)}, 2);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 9 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSender_WhenAnotherReaderStillBringsItsCopies_ThenNothingBeginsAgain)
+{
+    frame(0, {data(0)}, 1);
+    tracker.stream_gone(stream, 1, now);
+    frame(0, {data(0)}, 2);
+    tracker.stream_gone(stream, 2, now);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenOnlyTheOtherSaysTheSenderIsGone_ThenTheOwnersWordIsAwaited)
+{
+    frame(0, {data(0)}, 1);
+    tracker.stream_gone(stream, 2, now);
+    EXPECT_THAT(log.lines, SizeIs(2));
+    tracker.stream_gone(stream, 1, now);
+    EXPECT_THAT(log.lines, SizeIs(3));
+}
+
+} // namespace
