@@ -1,11 +1,11 @@
 #include <miscutils/JSONtopb_non_static.h>
 
+#include <clocale>
 #include <cstdlib>
 
 #include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid.hpp>
 #include <google/protobuf/descriptor.h>
-#include <locale.h> // newlocale: in no C++ header
 #include <logger/logger.h>
 
 #include "field_writer.h"
@@ -178,7 +178,8 @@ void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescri
     JSON2PB_VERIFY_TYPE(name, json, JSON_STRING, strict);
     // Made before its type is looked at, and left present when the type is wrong: receivers test for presence.
     Message* submsg = ref->MutableMessage(msg, field);
-    const auto* uuidDesc = m_sampleUUID.GetDescriptor();
+    const Message& sample = m_sampleUUID;
+    const auto* uuidDesc = sample.GetDescriptor();
     if (submsg->GetDescriptor() != uuidDesc) {
         JSON2PB_FAILED(name, strict);
         return;

@@ -7,8 +7,6 @@
 #include <limits>
 #include <string>
 
-#include <locale.h> // newlocale: in no C++ header
-
 namespace libjson::detail {
 
 namespace {

@@ -64,7 +64,7 @@ private:
         node.m_nameSize = static_cast<std::uint32_t>(m_name.size());
         node.m_text = text.data();
         node.m_textSize = static_cast<std::uint32_t>(text.size());
-        m_name = "";
+        m_name = {};
         return true;
     }
 
@@ -83,7 +83,7 @@ private:
 
     Document& m_document;
     std::vector<JSONNode> m_pending;
-    std::string_view m_name = "";
+    std::string_view m_name;
     std::size_t m_depth = 0;
 };
 
@@ -151,7 +151,7 @@ JSONNode parse(std::string_view json)
         fail("the end of the text", stream.Tell());
     }
     JSONNode root(builder.root());
-    document.release(); // from here on the owning nodes keep it
+    static_cast<void>(document.release()); // from here on the owning nodes keep it
     return root;
 }
 
