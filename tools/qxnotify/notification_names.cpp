@@ -21,16 +21,20 @@ std::string_view event_type_name(int event_type)
     }
 }
 
+std::optional<std::uint64_t> parse_market(std::string_view text)
+{
+    std::uint64_t market = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), market);
+    return error == std::errc{} && end == text.data() + text.size() ? std::optional{market} : std::nullopt;
+}
+
 std::optional<std::uint64_t> market_of_topic(std::string_view topic)
 {
-    if (!topic.starts_with(topic_prefix)) {
+    const auto dot = topic.find('.', topic_prefix.size());
+    if (!topic.starts_with(topic_prefix) || dot == std::string_view::npos) {
         return {};
     }
-    topic.remove_prefix(topic_prefix.size());
-    std::uint64_t market = 0;
-    const auto [end, error] = std::from_chars(topic.data(), topic.data() + topic.size(), market);
-    const bool whole = error == std::errc{} && end != topic.data() + topic.size() && *end == '.';
-    return whole ? std::optional{market} : std::nullopt;
+    return parse_market(topic.substr(topic_prefix.size(), dot - topic_prefix.size()));
 }
 
 } // namespace qx::tool

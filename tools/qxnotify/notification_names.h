@@ -19,6 +19,9 @@ inline constexpr std::string_view instrument_delete = "InstrumentDeleteRecord";
 /// "Create", "Update", "Delete"; "Unsupported" for any other number.
 std::string_view event_type_name(int event_type);
 
+/// A market identifier as it is written: decimal digits and nothing else, at most 18446744073709551615.
+std::optional<std::uint64_t> parse_market(std::string_view text);
+
 /// The market in a topic's name; none when the topic is not one of a market.
 std::optional<std::uint64_t> market_of_topic(std::string_view topic);
 

@@ -1,0 +1,93 @@
+#include "qxnotify/listen_command.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+
+#include <unistd.h>
+
+#include "qxnotify/listen_last_words.h"
+#include "qxnotify/listen_observer.h"
+#include "qxnotify/signals.h"
+
+namespace qx::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string market_list(const std::vector<std::uint64_t>& markets)
+{
+    std::string text;
+    for (const std::uint64_t market : markets) {
+        text += (text.empty() ? "" : ", ") + std::to_string(market);
+    }
+    return text;
+}
+
+struct Ending {
+    std::string by;
+    ExitCode code;
+};
+
+/// A time limit or a signal is what a listener without a count waits for; with one, records are missing.
+Ending ending_of(Satisfied satisfied, Woken woken, StopSignals& stop, bool wants_count)
+{
+    switch (satisfied) {
+    case Satisfied::count:
+        return {"count", ExitCode::done};
+    case Satisfied::output_closed: // whoever read it has seen enough
+        return {"closed output", ExitCode::done};
+    case Satisfied::output_failed:
+        return {"failed output", ExitCode::input_output};
+    case Satisfied::no:
+        break;
+    }
+    return {woken == Woken::stopped ? signal_name(stop.received()) : "timeout",
+            wants_count ? ExitCode::too_few : ExitCode::done};
+}
+
+/// Until the observer is satisfied, a signal comes or the time is up. The listener is gone when this returns.
+Woken listen_until_done(const ListenOptions& options, PrintingObserver& observer, Waker& satisfied, StopSignals& stop)
+{
+    ps_ns::QXNotifyListener listener(&observer);
+    for (const std::uint64_t market : options.markets) {
+        listener.SubscribeForMarket(market);
+    }
+    write_all(STDERR_FILENO, "qxnotify listen: listening for market " + market_list(options.markets) + "\n");
+    return wait_for(satisfied.fd(), stop, deadline_in(options.timeout_seconds));
+}
+
+void write_totals(const ListenOptions& options, int records, const ListenTotals& totals, double seconds,
+                  const std::string& ended_by)
+{
+    if (options.format == RecordFormat::json) {
+        write_all(records, totals_json(totals, seconds, ended_by));
+    } else {
+        write_all(STDERR_FILENO, totals_line(totals, seconds, ended_by));
+    }
+}
+
+} // namespace
+
+ExitCode run_listen(const ListenOptions& options)
+{
+    StopSignals stop;
+    const bool colour = use_colour(options.colour, is_terminal(STDOUT_FILENO), std::getenv("NO_COLOR"));
+    const RecordOutput records;
+    install_last_words();
+
+    Waker satisfied;
+    PrintingObserver observer(
+        options, colour, [&](std::string_view text) { return write_all(records.fd(), text); },
+        [&] { satisfied.wake(); });
+    const auto begin = Clock::now();
+    const Woken woken = listen_until_done(options, observer, satisfied, stop);
+    const std::chrono::duration<double> elapsed = Clock::now() - begin;
+
+    const Ending ending = ending_of(observer.satisfied(), woken, stop, options.count.has_value());
+    write_totals(options, records.fd(), observer.finish(), elapsed.count(), ending.by);
+    return ending.code;
+}
+
+} // namespace qx::tool

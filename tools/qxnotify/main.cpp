@@ -1,0 +1,6 @@
+#include "qxnotify/verbs.h"
+
+int main(int argc, char** argv)
+{
+    return qx::tool::to_int(qx::tool::run_qxnotify(argc, argv));
+}

@@ -1,0 +1,84 @@
+#include "qxnotify/verbs.h"
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <system_error>
+
+#include <lbm/lbm_cpp.h>
+
+#include "qxnotify/listen_command.h"
+#include "qxnotify/notification_names.h"
+#include "qxnotify/publish_command.h"
+#include "qxnotify/publish_transport.h"
+#include "qxnotify/version.h"
+
+namespace qx::tool {
+
+namespace {
+
+constexpr const char* examples = R"(Start with
+  qxnotify listen 42                          in one terminal
+  qxnotify publish --generate 20              in another one
+and see `qxnotify listen --help`, `qxnotify publish --help`.
+
+The transport is configured by LBM_XML_CONFIG_FILENAME and LBM_XML_CONFIG_APPNAME; without them it uses loopback.)";
+
+ExitCode report(ExitCode code, const char* what, const std::string& advice)
+{
+    std::cerr << "qxnotify: " << what << advice << '\n';
+    return code;
+}
+
+/// Nothing that goes wrong leaves the program without a line that says what, where, and what to do.
+template <class Verb, class Options>
+ExitCode guarded(Verb verb, const Options& options)
+{
+    constexpr const char* transport_advice =
+        "\n  check LBM_XML_CONFIG_FILENAME and LBM_XML_CONFIG_APPNAME, and the options they lead to";
+    try {
+        return verb(options);
+    } catch (const lbm::LbmError& e) {
+        return report(ExitCode::transport, e.what(), transport_advice);
+    } catch (const TransportError& e) {
+        return report(ExitCode::transport, e.what(), transport_advice);
+    } catch (const std::system_error& e) {
+        return report(ExitCode::input_output, e.what(), "");
+    } catch (const std::exception& e) {
+        return report(ExitCode::failed, e.what(), "");
+    }
+}
+
+} // namespace
+
+CLI::Validator market_check()
+{
+    return CLI::Validator(
+        [](const std::string& text) {
+            return parse_market(text) ? std::string{} : text + " is no market; it must be 0 to 18446744073709551615";
+        },
+        "");
+}
+
+ExitCode run_qxnotify(int argc, const char* const* argv)
+{
+    // Who closes our output has seen enough; a write that fails says so.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    CLI::App app("Listens to and publishes product notifications", "qxnotify");
+    app.set_version_flag("--version", "qxnotify " + std::string{version});
+    app.require_subcommand(1);
+    app.footer(std::string{examples} + "\n\n" + exit_code_help());
+    ListenOptions listen_options;
+    PublishOptions publish_options;
+    const CLI::App& listen = add_listen_verb(app, listen_options);
+    add_publish_verb(app, publish_options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? ExitCode::done : ExitCode::usage;
+    }
+    return listen.parsed() ? guarded(run_listen, listen_options) : guarded(run_publish, publish_options);
+}
+
+} // namespace qx::tool

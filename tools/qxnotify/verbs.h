@@ -1,0 +1,24 @@
+/// The verbs of the command line. Each adds itself to the program and, when it was chosen, sets the exit code.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "qxnotify/exit_codes.h"
+
+namespace qx::tool {
+
+struct ListenOptions;
+struct PublishOptions;
+
+/// The bindings alone: they fill `options`, which must outlive `app`.
+CLI::App& add_listen_verb(CLI::App& app, ListenOptions& options);
+CLI::App& add_publish_verb(CLI::App& app, PublishOptions& options);
+
+/// Refuses what is no market identifier; the parser alone would take 18446744073709551616 for one.
+CLI::Validator market_check();
+
+/// The whole program but for main's frame: reads the command line, runs the verb, reports what goes wrong.
+/// `argv` as main has it.
+ExitCode run_qxnotify(int argc, const char* const* argv);
+
+} // namespace qx::tool
