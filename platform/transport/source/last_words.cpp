@@ -39,24 +39,21 @@ void write_last_words(const lbm_msg_t& message, std::string_view what)
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 
-void call(lbm_rcv_cb_proc proc, lbm_rcv_t* rcv, lbm_msg_t& message, void* clientd)
-{
-    try {
-        proc(rcv, &message, clientd);
-    } catch (const std::exception& e) {
-        write_last_words(message, e.what());
-        throw;
-    } catch (...) {
-        write_last_words(message, "not a std::exception");
-        throw;
-    }
-}
-
 } // namespace
 
 void call_or_die(lbm_rcv_cb_proc proc, lbm_rcv_t* rcv, lbm_msg_t& message, void* clientd) noexcept
 {
-    call(proc, rcv, message, clientd); // what comes out meets noexcept: std::terminate, with the exception current
+    // Terminating inside the handler keeps the exception current; rethrown, it may be gone when the optimiser has
+    // turned the way out into a plain call of std::terminate.
+    try {
+        proc(rcv, &message, clientd);
+    } catch (const std::exception& e) {
+        write_last_words(message, e.what());
+        std::terminate();
+    } catch (...) {
+        write_last_words(message, "not a std::exception");
+        std::terminate();
+    }
 }
 
 } // namespace qx::transport

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -146,7 +147,10 @@ TEST(EventQueue, GivenMoreDataThanItsBound_WhenDispatchedLater_ThenTheOverflowIs
     for (int i = 0; i < 100; ++i) {
         test::send(source, std::string(1'000, 'x'));
     }
-    ASSERT_TRUE(direct.wait([&] { return direct.payloads().size() >= 101; }));
+    ASSERT_TRUE(direct.wait([&] {
+        const auto payloads = direct.payloads();
+        return std::count_if(payloads.begin(), payloads.end(), [](const auto& p) { return p.size() == 1'000; }) == 100;
+    }));
     ASSERT_TRUE(dispatch_until(queue, [&] { return queued.count(LBM_MSG_UNRECOVERABLE_LOSS_BURST) == 1; }));
     const auto seen = queued.seen();
     EXPECT_EQ(seen.back().type, LBM_MSG_UNRECOVERABLE_LOSS_BURST);
