@@ -26,10 +26,10 @@ enum class TimeZone { utc, local };
 struct OutputConfig {
     LineFormat format = LineFormat::text;
     TimeZone timeZone = TimeZone::utc;
-    std::string file;                            ///< empty: standard error
-    std::size_t fileBytesMax = 64 * 1024 * 1024; ///< of one file
-    std::size_t fileCount = 8;                   ///< the one being written included
-    std::size_t queueLines = 0;                  ///< 0: no queue
+    std::string file;                              ///< empty: standard error
+    std::size_t fileBytesMax = 64UL * 1024 * 1024; ///< of one file
+    std::size_t fileCount = 8;                     ///< the one being written included
+    std::size_t queueLines = 0;                    ///< 0: no queue
 };
 
 /// A value, and one line for each variable whose value was refused in favour of the default.

@@ -176,6 +176,7 @@ public:
 // ---- The statements ------------------------------------------------------------------------------------------------
 
 /// A statement with everything given. The operands streamed into it are evaluated only when the level is admitted.
+// NOLINTBEGIN(bugprone-macro-parentheses): the operands are streamed into the end of it
 #define QX_LOG_FULL(level, id, source, file, line)                                                                     \
     (::qx::logging::g_minLogLevel.load(std::memory_order_relaxed) > ::qx::logging::level)                              \
         ? static_cast<void>(0)                                                                                         \
@@ -183,6 +184,7 @@ public:
                                                                  ::qx::logging::QXLOG_DECODE_AS_KV, (source), (file),  \
                                                                  (line), ::qx::logging::String{})                      \
                                                .Stream()
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// An ordinary statement: id 0, no source, the place where it stands. `level` is the bare name, e.g. QXLOG_INFO.
 #define QX_LOG(level) QX_LOG_FULL(level, 0, ::qx::logging::ConstSourcePtr{}, __FILE__, __LINE__)
