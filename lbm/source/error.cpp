@@ -33,7 +33,7 @@ void ThrowLbmError(const String& msg)
 {
     const LbmError error(msg);
     LBM_LOG(QXLOG_ERROR, line::thrownError) << error.what();
-    throw error;
+    throw LbmError(error); // a copy: it keeps the text that was logged
 }
 
 void LogLbmError(const char* msg) noexcept

@@ -72,7 +72,7 @@ protected:
 };
 
 using Cases = ::testing::Types<ContextCase, EventQueueCase, ReceiverTopicCase, WildcardReceiverCase>;
-TYPED_TEST_SUITE(AttributeHolder, Cases);
+TYPED_TEST_SUITE(AttributeHolder, Cases, lbm::test::KindNames);
 
 } // namespace
 
@@ -171,8 +171,8 @@ TYPED_TEST(AttributeHolder, GivenMove_WhenBothDestroyed_ThenTheSourceIsNullAndOn
     {
         typename TypeParam::Holder source;
         const typename TypeParam::Holder target(std::move(source));
-        EXPECT_EQ(static_cast<typename TypeParam::Handle>(source),
-                  nullptr); // NOLINT(bugprone-use-after-move): the point
+        const typename TypeParam::Handle left = source; // NOLINT(bugprone-use-after-move): the point
+        EXPECT_EQ(left, nullptr);
     }
     EXPECT_THAT(this->transport.calls(), ElementsAre(this->created(1), this->deleted(1)));
 }

@@ -99,7 +99,7 @@ protected:
 };
 
 using Cases = ::testing::Types<PlainCase, WildcardCase>;
-TYPED_TEST_SUITE(ReceiverLifecycle, Cases);
+TYPED_TEST_SUITE(ReceiverLifecycle, Cases, lbm::test::KindNames);
 
 } // namespace
 

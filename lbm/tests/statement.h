@@ -23,7 +23,16 @@ inline auto Statement(qx::logging::LogLevel level, int line, const std::string& 
                             Field("handlerName", &CapturedStatement::handlerName, ""));
 }
 
-/// The text of the LbmError that `operation` throws; "nothing thrown" when there is none.
+/// Names typed cases after their `kind`, for TYPED_TEST_SUITE.
+struct KindNames {
+    template <class Case>
+    static std::string GetName(int)
+    {
+        return Case::kind;
+    }
+};
+
+/// The text of the exception that `operation` throws; "nothing thrown" when there is none.
 template <class Operation>
 std::string ThrownText(Operation operation)
 {

@@ -7,6 +7,7 @@
 
 #include <lbm/lbm_cpp.h>
 
+#include "lbm/tests/statement.h"
 #include "tests/doubles/lbm_double/lbm_double.h"
 
 using qx::test::Calls;
@@ -18,6 +19,7 @@ namespace {
 
 struct PlainCase {
     using Receiver = lbm::Receiver;
+    static constexpr const char* kind = "rcv";
     static auto make(lbm::Context& context, Receiver::Callback callback)
     {
         return std::make_unique<Receiver>(context, lbm::ReceiverTopic(context, "A.B"), std::move(callback));
@@ -26,6 +28,7 @@ struct PlainCase {
 
 struct WildcardCase {
     using Receiver = lbm::WildcardReceiver;
+    static constexpr const char* kind = "wildcard_rcv";
     static auto make(lbm::Context& context, Receiver::Callback callback)
     {
         return std::make_unique<Receiver>(context, "A.B", std::move(callback), nullptr, lbm::ReceiverTopicAttributes(),
@@ -49,7 +52,7 @@ protected:
 };
 
 using Cases = ::testing::Types<PlainCase, WildcardCase>;
-TYPED_TEST_SUITE(Trampoline, Cases);
+TYPED_TEST_SUITE(Trampoline, Cases, lbm::test::KindNames);
 
 } // namespace
 

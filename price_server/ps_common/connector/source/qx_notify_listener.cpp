@@ -144,7 +144,8 @@ PdsNotifyDataType QXNotifyListener::GetNotifyDataTypeFromString(const std::strin
     return static_cast<PdsNotifyDataType>(UnsupportedDataType);
 }
 
-void QXNotifyListener::DoHandleNotification(lbm::Message msg)
+// By value: the message's reference is this call's own and ends with it.
+void QXNotifyListener::DoHandleNotification(lbm::Message msg) // NOLINT(performance-unnecessary-value-param): see above
 {
     switch (msg.Type()) {
     case LBM_MSG_UNRECOVERABLE_LOSS:
