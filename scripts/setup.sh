@@ -9,6 +9,7 @@ packages=(
     rapidjson-dev libspdlog-dev libcli11-dev nlohmann-json3-dev   # JSON library, log back end, qxnotify
     libgtest-dev libgmock-dev libbenchmark-dev libsimdjson-dev    # tests and benchmarks
     clang clang-format clang-tidy libclang-rt-dev           # checks and fuzzers
+    locales                                                 # localedef: a locale with a decimal comma for tests
 )
 
 missing=()
