@@ -7,13 +7,15 @@
 #include "attributes.h"
 #include "error.h"
 #include "handles.h"
+#include "source_watch.h"
 #include "topic_name.h"
 
 using namespace qx::transport;
 
 struct lbm_src {
     std::shared_ptr<LocalSource> source;
-    std::weak_ptr<Context> context; ///< expired when the application deleted it first
+    std::shared_ptr<SourceWatch> watch; ///< empty when the application gave no callback
+    std::weak_ptr<Context> context;     ///< expired when the application deleted it first
 };
 
 namespace {
@@ -47,16 +49,23 @@ int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* nam
     });
 }
 
-int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc, void*, lbm_event_queue_t*)
+int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
+                   lbm_event_queue_t* evq)
 {
     return guarded("lbm_src_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
         require(src, "src");
         require(ctx, "ctx");
         require(topic, "topic");
         require_topic_of(topic, *ctx->context);
-        auto handle = std::make_unique<lbm_src>(lbm_src{nullptr, ctx->context});
+        auto handle = std::make_unique<lbm_src>(lbm_src{nullptr, nullptr, ctx->context});
         handle->source = ctx->context->publisher().open(topic->name);
-        *src = handle.release();
+        *src = handle.get();
+        if (proc != nullptr) {
+            handle->watch = std::make_shared<SourceWatch>(
+                handle->source, SourceWatch::Callback{proc, clientd, handle.get()}, queue_of(evq));
+            ctx->context->subscriber().watch(handle->watch);
+        }
+        static_cast<void>(handle.release());
     });
 }
 
@@ -75,7 +84,13 @@ int lbm_src_delete(lbm_src_t* src)
     return guarded("lbm_src_delete", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
         require(src, "src");
         const std::unique_ptr<lbm_src> handle{src};
+        if (handle->watch) {
+            handle->watch->close();
+        }
         if (const auto context = handle->context.lock()) {
+            if (handle->watch) {
+                context->subscriber().unwatch(handle->watch);
+            }
             const std::chrono::milliseconds patience{context->options().get_integer("close_wait_ms")};
             context->publisher().close_source(*handle->source, {Clock::now() + patience});
         }

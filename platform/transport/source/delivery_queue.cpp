@@ -53,7 +53,7 @@ void DeliveryQueue::push_loss(std::shared_ptr<Receiver> receiver, SourcePtr sour
         }
     }
     open_losses_[{receiver.get(), source.get()}] = popped_ + items_.size();
-    items_.push_back({Delivery::What::loss, std::move(receiver), std::move(source), nullptr, first, last});
+    items_.push_back({Delivery::What::loss, std::move(receiver), std::move(source), nullptr, first, last, nullptr});
 }
 
 std::optional<Delivery> DeliveryQueue::pop()

@@ -13,10 +13,12 @@
 
 namespace qx::transport {
 
+class SourceWatch;
+
 /// One step of delivery. In a context's queue `receiver` is set for attach and detach only: whom messages go to is
 /// decided when they are delivered. In an event queue it is always set.
 struct Delivery {
-    enum class What { data, loss, begin, end, attach, detach };
+    enum class What { data, loss, begin, end, attach, detach, source_event };
 
     What what = What::data;
     std::shared_ptr<Receiver> receiver;
@@ -24,6 +26,7 @@ struct Delivery {
     MessagePtr message;      ///< of data, begin and end
     std::uint32_t first = 0; ///< of a loss: the sequence numbers that are missing, both ends included
     std::uint32_t last = 0;
+    std::shared_ptr<SourceWatch> watch; ///< of a source event, whose number is `first`
 };
 
 /// The message that tells of a loss: its sequence number is the first missing one.

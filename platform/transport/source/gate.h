@@ -1,6 +1,7 @@
 /// Keeps callbacks and the deletion of what they serve apart.
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -52,12 +53,8 @@ public:
 private:
     bool only_caller_inside() const
     {
-        for (const std::thread::id thread : inside_) {
-            if (thread != std::this_thread::get_id()) {
-                return false;
-            }
-        }
-        return true;
+        return std::all_of(inside_.begin(), inside_.end(),
+                           [](std::thread::id thread) { return thread == std::this_thread::get_id(); });
     }
 
     mutable std::mutex mutex_;

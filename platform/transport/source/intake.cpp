@@ -103,9 +103,46 @@ void Intake::drain_all()
     for (const auto& [partition, reader] : readers_) {
         drain_frames(reader);
     }
+    look_at_receivers();
     const auto now = Clock::now();
     tracker_.tick(now);
     wake_ = tracker_.next_due().value_or(now + longest_wait);
+}
+
+bool Intake::is_watched(const StreamWriter& stream) const
+{
+    return std::any_of(watched_.begin(), watched_.end(), [&](const auto& w) { return &w->stream() == &stream; });
+}
+
+void Intake::watch(const std::shared_ptr<SourceWatch>& source)
+{
+    const auto lock = lock_in_turn();
+    const dds_entity_t writer = source->stream().entity();
+    if (!is_watched(source->stream())) {
+        check_dds(dds_set_status_mask(writer, DDS_PUBLICATION_MATCHED_STATUS), "dds_set_status_mask");
+        check_dds(dds_waitset_attach(waitset_.get(), writer, 0), "dds_waitset_attach");
+    }
+    watched_.push_back(source);
+    look_at_receivers(); // those who are there already make no news
+}
+
+void Intake::unwatch(const std::shared_ptr<SourceWatch>& source)
+{
+    const auto lock = lock_in_turn();
+    std::erase(watched_, source);
+    if (!is_watched(source->stream())) {
+        dds_waitset_detach(waitset_.get(), source->stream().entity()); // news that nobody takes would wake us for ever
+    }
+}
+
+void Intake::look_at_receivers()
+{
+    for (const auto& source : watched_) {
+        if (const int event = source->look(); event != 0) {
+            out_.post({Delivery::What::source_event, nullptr, nullptr, nullptr, static_cast<std::uint32_t>(event), 0,
+                       source});
+        }
+    }
 }
 
 /// Gives each valid packet to `take` and collects the keys whose senders are gone, each once. A steady flow is left in
@@ -185,14 +222,15 @@ void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId r
 void Intake::begun(const SourcePtr& source, std::uint32_t next)
 {
     source->arrived = next;
-    out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next)});
+    out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next), 0, 0, nullptr});
 }
 
 void Intake::data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload)
 {
     source->arrived = sequence + 1;
     if (source->wanted) {
-        out_.post({Delivery::What::data, nullptr, source, Message::make(source, LBM_MSG_DATA, sequence, payload)});
+        out_.post({Delivery::What::data, nullptr, source, Message::make(source, LBM_MSG_DATA, sequence, payload), 0, 0,
+                   nullptr});
     }
 }
 
@@ -206,7 +244,7 @@ void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t la
 
 void Intake::ended(const SourcePtr& source, std::uint32_t next)
 {
-    out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next)});
+    out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next), 0, 0, nullptr});
 }
 
 } // namespace qx::transport

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "dds_entity.h"
 #include "mailbox.h"
 #include "source_tracker.h"
+#include "source_watch.h"
 #include "thread.h"
 
 namespace qx::transport {
@@ -26,6 +28,9 @@ public:
 
     void add(const std::string& partition);
     void remove(const std::string& partition);
+
+    void watch(const std::shared_ptr<SourceWatch>& source);
+    void unwatch(const std::shared_ptr<SourceWatch>& source);
 
     std::uint64_t refused() const noexcept { return refused_; } ///< packets and messages that made no sense
 
@@ -52,6 +57,8 @@ private:
     void run();
     void wait();
     void drain_all();
+    void look_at_receivers();
+    bool is_watched(const StreamWriter& stream) const;
     void drain_catalogue();
     bool drain_frames(const Reader& reader);
     void read_page(const Key& key, ByteView body);
@@ -70,6 +77,7 @@ private:
     DdsEntity stop_;
     Reader catalogue_;
     std::map<std::string, Reader> readers_;
+    std::vector<std::shared_ptr<SourceWatch>> watched_;
     SourceTracker::ReaderId next_reader_ = 0;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch

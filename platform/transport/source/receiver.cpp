@@ -4,6 +4,7 @@
 
 #include "last_words.h"
 #include "partition.h"
+#include "source_watch.h"
 
 namespace qx::transport {
 
@@ -31,7 +32,7 @@ bool Receiver::matches(std::string_view topic) const
 void Receiver::deliver(Delivery::What what, const SourcePtr& source, Message& message)
 {
     if (queue_) {
-        queue_->mailbox().post({what, shared_from_this(), source, message.share(), 0, 0});
+        queue_->mailbox().post({what, shared_from_this(), source, message.share(), 0, 0, nullptr});
     } else {
         run(message);
     }
@@ -52,12 +53,16 @@ bool Receiver::run(Message& message)
     if (!passage) {
         return false;
     }
-    call_or_die(callback_.proc, callback_.handle, message, callback_.clientd);
+    call_or_die(message.topic_name, message.sequence_number,
+                [&] { callback_.proc(callback_.handle, &message, callback_.clientd); });
     return true;
 }
 
 bool run_queued(Delivery& delivery)
 {
+    if (delivery.what == Delivery::What::source_event) {
+        return delivery.watch->run(static_cast<int>(delivery.first));
+    }
     const MessagePtr message = delivery.what == Delivery::What::loss
                                    ? loss_message(delivery.source, delivery.first, delivery.last)
                                    : std::move(delivery.message);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "source_watch.h"
+
 namespace qx::transport {
 
 void Router::handle(Delivery& delivery)
@@ -28,6 +30,9 @@ void Router::handle(Delivery& delivery)
         break;
     case Delivery::What::detach:
         detach(delivery.receiver);
+        break;
+    case Delivery::What::source_event:
+        delivery.watch->deliver(static_cast<int>(delivery.first));
         break;
     }
 }

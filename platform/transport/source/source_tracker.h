@@ -54,17 +54,16 @@ public:
     {
     }
 
-    void frame(const StreamId& stream, ReaderId reader, const Frame& frame, Clock::time_point now);
+    void frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now);
     /// The stream's sender is gone, closed or lost, and everything it sent has been given to `frame`.
-    void stream_gone(const StreamId& stream, ReaderId reader, Clock::time_point now);
+    void stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now);
     /// Whether other readers have dropped copies of frames that this reader, their stream's owner, has not brought yet.
     bool is_behind(ReaderId reader) const;
     /// The reader is no more; its streams are free for other readers.
     void reader_gone(ReaderId reader);
 
-    void page(const ContextId& context, std::uint32_t page, std::span<const CatalogueEntry> entries,
-              Clock::time_point now);
-    void page_gone(const ContextId& context, std::uint32_t page, Clock::time_point now);
+    void page(const ContextId& id, std::uint32_t page, std::span<const CatalogueEntry> entries, Clock::time_point now);
+    void page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now);
 
     /// Ends sources whose grace is over and forgets what is old. Call it at `next_due`, or more often.
     void tick(Clock::time_point now);
@@ -108,7 +107,7 @@ private:
     void data(Entry& entry, const WireMessage& m);
     void advance(Entry& entry, std::uint32_t sequence);
     void end(Entry& entry, State how, Clock::time_point now);
-    void start_ending(const ContextId& context, std::uint32_t source, Clock::time_point now);
+    void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now);
     void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
     void finish(const Ending& ending, Clock::time_point now);
     void forget(Clock::time_point now);

@@ -21,6 +21,7 @@ StreamWriter::StreamWriter(dds_entity_t participant, dds_entity_t topic, const S
     , policy_(policy)
     , flusher_(flusher)
     , writer_(dds_create_writer(participant, topic, frames_qos(partition).get(), nullptr), "dds_create_writer")
+    , entity_(writer_.get())
     , frame_(policy.frame_bytes_max)
 {
 }
@@ -140,6 +141,12 @@ void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
     }
     const std::chrono::nanoseconds left = deadline - SteadyClock::now();
     dds_wait_for_acks(writer_.get(), std::max<dds_duration_t>(left.count(), 0));
+}
+
+bool StreamWriter::has_receivers() const noexcept
+{
+    dds_publication_matched_status_t status{};
+    return dds_get_publication_matched_status(entity_, &status) == DDS_RETCODE_OK && status.current_count > 0;
 }
 
 void StreamWriter::close() noexcept

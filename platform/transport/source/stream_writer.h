@@ -61,6 +61,10 @@ public:
     /// Sends that wait give up; nothing is sent any more.
     void close() noexcept;
 
+    /// The engine's writer, whose matched status changes with its receivers.
+    dds_entity_t entity() const noexcept { return entity_; }
+    bool has_receivers() const noexcept;
+
     std::uint32_t number() const noexcept { return id_.number; }
 
     std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
@@ -80,6 +84,7 @@ private:
     std::mutex mutex_;
     std::condition_variable room_;
     DdsEntity writer_;
+    const dds_entity_t entity_; ///< the same, for those who do not take the lock; may be gone
     FrameBuilder frame_;
     std::uint64_t sequence_ = 0;
     std::chrono::steady_clock::time_point last_write_{};

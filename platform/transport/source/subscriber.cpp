@@ -36,7 +36,7 @@ void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
     start();
     intake_->add(receiver->partition());
     receivers_.insert(receiver);
-    delivering_->mailbox.post({Delivery::What::attach, receiver, nullptr, nullptr});
+    delivering_->mailbox.post({Delivery::What::attach, receiver, nullptr, nullptr, 0, 0, nullptr});
 }
 
 void Subscriber::detach(const std::shared_ptr<Receiver>& receiver)
@@ -46,11 +46,31 @@ void Subscriber::detach(const std::shared_ptr<Receiver>& receiver)
         return;
     }
     intake_->remove(receiver->partition());
-    delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr});
+    delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr, 0, 0, nullptr});
+}
+
+void Subscriber::watch(const std::shared_ptr<SourceWatch>& source)
+{
+    const std::lock_guard lock{mutex_};
+    if (closed_) {
+        throw TransportError(LBM_EOP, "the context is deleted");
+    }
+    start();
+    intake_->watch(source);
+    watches_.insert(source);
+}
+
+void Subscriber::unwatch(const std::shared_ptr<SourceWatch>& source)
+{
+    const std::lock_guard lock{mutex_};
+    if (watches_.erase(source) > 0) {
+        intake_->unwatch(source);
+    }
 }
 
 void Subscriber::close()
 {
+    std::unordered_set<std::shared_ptr<SourceWatch>> watches;
     std::unordered_set<std::shared_ptr<Receiver>> receivers;
     std::unique_ptr<Intake> intake;
     Thread thread;
@@ -58,6 +78,7 @@ void Subscriber::close()
         const std::lock_guard lock{mutex_};
         closed_ = true;
         receivers.swap(receivers_);
+        watches.swap(watches_);
         intake.swap(intake_);
         thread = std::move(thread_);
     }
@@ -65,6 +86,9 @@ void Subscriber::close()
     // Without the lock: a callback that is waited for may itself be creating or deleting a receiver.
     for (const auto& receiver : receivers) {
         receiver->close();
+    }
+    for (const auto& watch : watches) {
+        watch->close();
     }
     intake.reset();
     thread.finish();

@@ -13,7 +13,7 @@
 
 namespace qx::transport {
 
-/// Threads   any; nothing here is started before the first receiver.
+/// Threads   any; nothing here is started before the first receiver or watch.
 class Subscriber {
 public:
     Subscriber(dds_entity_t participant, std::size_t queue_bytes_max);
@@ -24,7 +24,13 @@ public:
     /// The receiver must be closed before.
     void detach(const std::shared_ptr<Receiver>& receiver);
 
-    /// Closes every receiver and stops. May be called from a callback; twice is harmless.
+    /// From now on the source's application is told of its receivers.
+    void watch(const std::shared_ptr<SourceWatch>& source);
+
+    /// The watch must be closed before.
+    void unwatch(const std::shared_ptr<SourceWatch>& source);
+
+    /// Closes every receiver and watch and stops. May be called from a callback; twice is harmless.
     void close();
 
 private:
@@ -45,6 +51,7 @@ private:
     std::shared_ptr<Delivering> delivering_;
     std::mutex mutex_;
     std::unordered_set<std::shared_ptr<Receiver>> receivers_;
+    std::unordered_set<std::shared_ptr<SourceWatch>> watches_;
     std::unique_ptr<Intake> intake_;
     Thread thread_;
     bool closed_ = false;

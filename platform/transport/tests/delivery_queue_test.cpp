@@ -16,7 +16,7 @@ protected:
     bool push_data(const SourcePtr& source, std::uint32_t sequence, std::size_t size = 100)
     {
         auto message = qx::transport::Message::make(source, LBM_MSG_DATA, sequence, std::string(size, 'x'));
-        return queue.push({Delivery::What::data, nullptr, source, std::move(message), 0, 0});
+        return queue.push({Delivery::What::data, nullptr, source, std::move(message), 0, 0, nullptr});
     }
     std::vector<std::string> pop_all()
     {

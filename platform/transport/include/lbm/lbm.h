@@ -18,6 +18,8 @@
 #ifndef LBM_LBM_H
 #define LBM_LBM_H
 
+/* NOLINTBEGIN(modernize-use-using,modernize-deprecated-headers): this header is C */
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -212,7 +214,8 @@ int lbm_src_topic_attr_str_getopt(const lbm_src_topic_attr_t* attr, const char* 
 /* A topic name is 1 to 246 bytes without control characters. The topic is the transport's and lives as long as the
  * context. `attr` NULL: defaults. */
 int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* name, const lbm_src_topic_attr_t* attr);
-/* `proc` may be NULL; it is told when receivers come and go, on the context's thread. */
+/* `proc` may be NULL; it is told when receivers come and go, on the context's thread or by the event queue. A receiver
+ * gets what is sent from its connection on: what was sent before nobody resends, and it is no loss. */
 int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq);
 /* Copies the payload; returns when the transport has accepted it, in order with all other sends of the context that
@@ -228,5 +231,7 @@ int lbm_send_response(lbm_response_t* response, const char* data, size_t length,
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-use-using,modernize-deprecated-headers) */
 
 #endif
