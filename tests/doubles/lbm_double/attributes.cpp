@@ -11,6 +11,7 @@ const auto unprepared = [](auto&) {};
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are types and parts of names
 #define QX_ATTRIBUTE_FUNCTIONS(prefix, kind, type)                                                                     \
     int prefix##_create(type** attr)                                                                                   \
     {                                                                                                                  \
@@ -41,6 +42,7 @@ extern "C" {
     {                                                                                                                  \
         return get_option(__func__, attr, option, value, length);                                                      \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 QX_ATTRIBUTE_FUNCTIONS(lbm_context_attr, "context_attr", lbm_context_attr_t)
 QX_ATTRIBUTE_FUNCTIONS(lbm_event_queue_attr, "event_queue_attr", lbm_event_queue_attr_t)

@@ -162,9 +162,10 @@ int get_bytes(const char* function, const Object* object, const char* option, vo
     char text[1024];
     std::size_t textLength = sizeof text;
     const int result = get_option(function, object, option, text, &textLength);
-    if (result == LBM_OK && *length == sizeof(int)) {
+    if (result == LBM_OK && *length >= sizeof(int)) {
         const int number = std::stoi(text);
         std::memcpy(value, &number, sizeof number);
+        *length = sizeof number;
     }
     return result;
 }
