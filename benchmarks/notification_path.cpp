@@ -44,7 +44,9 @@ std::string instrument_of_about(std::size_t bytes)
 /// protobuf's reader wants a UUID as the message that it is; the rest of the record is the same for both.
 void spell_uuids_as_messages(Json& node)
 {
-    for (auto& [key, value] : node.items()) {
+    for (const auto& item : node.items()) {
+        const std::string& key = item.key();
+        Json& value = item.value();
         if (value.is_structured()) {
             spell_uuids_as_messages(value);
         } else if (value.is_string() && (key == "uuid" || key == "revisionUuid")) {
