@@ -27,7 +27,7 @@ int EventQueue::dispatch_present()
     int count = 0;
     Delivery delivery;
     for (std::size_t present = mailbox_.size(); present > 0; --present) {
-        if (mailbox_.take(delivery, std::chrono::steady_clock::time_point::min()) != Mailbox::Taken::item) {
+        if (mailbox_.take(delivery, std::chrono::steady_clock::time_point{}) != Mailbox::Taken::item) {
             break;
         }
         count += run_queued(delivery) ? 1 : 0;

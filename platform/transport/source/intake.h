@@ -82,7 +82,7 @@ private:
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
     std::uint64_t refused_ = 0;
-    Clock::time_point wake_ = Clock::time_point::min(); ///< the intake thread's
+    Clock::time_point wake_{}; ///< when the intake thread looks again; at first at once
     Thread thread_;
 };
 
