@@ -28,7 +28,7 @@ TEST_F(QxNotify, GivenProductAndInstrument_WhenPublished_ThenBothArriveTypedWith
 {
     const auto listener = listen({"42", "--format", "json", "--count", "2"});
     publish_lines({product_line(42, 1, "Create"), instrument_line(42, 2)});
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     const auto records = records_of(*listener);
     ASSERT_THAT(records, SizeIs(2));
     EXPECT_EQ(records[0].at("topic"), "qxnotify.public.pds.native.42.product");
@@ -49,7 +49,7 @@ TEST_F(QxNotify, GivenKindsThatAreNotDelivered_WhenPublished_ThenTheLogSaysSoAnd
                    R"({"market":42,"et":"Update","dt":"ProductDownloadRecord","id":14,"data":"{oops"})",
                    R"({"market":42,"et":"Update","dt":"InstrumentDownloadRecord","id":15,"data":{}})",
                    product_line(42, 1)});
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(ids_of(records_of(*listener)), ElementsAre(1));
     EXPECT_THAT(listener->error(), HasSubstr("Product Delete will be ignored for product_id=11"));
     EXPECT_THAT(listener->error(), HasSubstr("Instrument Delete will be ignored for instrument_id=12"));
@@ -62,7 +62,7 @@ TEST_F(QxNotify, GivenTwoMarkets_WhenOneListenerHasBoth_ThenItReceivesThoseTwoOn
 {
     const auto listener = listen({"42", "7", "--format", "json", "--count", "3"});
     publish_lines({product_line(42, 1), product_line(4, 2), product_line(7, 3), instrument_line(42, 4)});
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(ids_of(records_of(*listener)), ElementsAre(1, 3, 4));
 }
 
@@ -84,7 +84,7 @@ TEST_F(QxNotify, GivenFilters_WhenPublished_ThenOnlyWhatFitsIsPrintedAndTheRestC
     const auto listener = listen({"42", "--format", "json", "--count", "1", "--event-type", "Create,Delete",
                                   "--data-type", "InstrumentDownloadRecord"});
     publish_lines({product_line(42, 1, "Create"), instrument_line(42, 2, "Update"), instrument_line(42, 3, "Delete")});
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(ids_of(records_of(*listener)), ElementsAre(3));
     const json summary = summary_of(*listener);
     EXPECT_EQ(summary.at("received"), 3);
@@ -101,7 +101,7 @@ TEST_F(QxNotify, GivenManyMadeUpRecords_WhenPublished_ThenEveryRecordArrivesOnce
     EXPECT_EQ(totals.at("sent"), 1'000);
     ASSERT_TRUE(listener->until_output_lines(records));
     listener->send_signal(SIGTERM);
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_EQ(summary_of(*listener).at("received"), records);
     std::set<std::string> places;
     for (const json& record : records_of(*listener)) {
@@ -116,7 +116,7 @@ TEST_F(QxNotify, GivenListenerThatComesLate_WhenThePublisherWaits_ThenNothingIsM
         start_publish({write_file("lines.jsonl", product_line(42, 1) + "\n" + instrument_line(42, 2))});
     const auto listener = listen({"42", "--format", "json", "--count", "2"});
     EXPECT_EQ(publisher->wait(), exited(0)) << publisher->error();
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(ids_of(records_of(*listener)), ElementsAre(1, 2));
 }
 
@@ -124,10 +124,10 @@ TEST_F(QxNotify, GivenOutputOfAListener_WhenPublishedAgain_ThenTheRecordsAreTheS
 {
     const auto first = listen({"42", "--format", "json", "--count", "20"}, {{"QX_LOG_LEVEL", "QXLOG_WARNING"}});
     publish({"--generate", "60", "--seed", "5", "--size", "large"});
-    ASSERT_EQ(first->wait(), exited(0));
+    ASSERT_EQ(first->wait(), exited(0)) << first->error();
     const auto second = listen({"42", "--format", "json", "--count", "20"}, {{"QX_LOG_LEVEL", "QXLOG_WARNING"}});
     publish({write_file("again.jsonl", first->output())});
-    ASSERT_EQ(second->wait(), exited(0));
+    ASSERT_EQ(second->wait(), exited(0)) << second->error();
     const auto before = records_of(*first);
     const auto after = records_of(*second);
     ASSERT_EQ(after.size(), before.size());
@@ -143,7 +143,7 @@ TEST_F(QxNotify, GivenStandardInput_WhenPublished_ThenItIsRead)
     Process publisher({QXNOTIFY_PROGRAM, "publish", "--wait-for-listener", "30"}, environment(),
                       write_file("in.jsonl", product_line(42, 1)));
     EXPECT_EQ(publisher.wait(), exited(0)) << publisher.error();
-    ASSERT_EQ(listener->wait(), exited(0));
+    ASSERT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(ids_of(records_of(*listener)), ElementsAre(1));
     EXPECT_THAT(publisher.output(), IsEmpty());
 }

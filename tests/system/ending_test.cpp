@@ -24,7 +24,7 @@ TEST_F(QxNotify, GivenListener_WhenSigtermComes_ThenItEndsCleanlyWithItsTotals)
 {
     const auto listener = listen({"42"});
     listener->send_signal(SIGTERM);
-    EXPECT_EQ(listener->wait(), exited(0));
+    EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(listener->error(), HasSubstr("qxnotify listen: received 0 "));
     EXPECT_THAT(listener->error(), HasSubstr("ended by SIGTERM\n"));
     EXPECT_THAT(listener->output(), IsEmpty());
@@ -34,14 +34,14 @@ TEST_F(QxNotify, GivenListener_WhenSigintComes_ThenItEndsCleanlyWithItsTotals)
 {
     const auto listener = listen({"42", "--format", "json"});
     listener->send_signal(SIGINT);
-    EXPECT_EQ(listener->wait(), exited(0));
+    EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_EQ(summary_of(*listener).at("ended_by"), "SIGINT");
 }
 
 TEST_F(QxNotify, GivenTimeout_WhenNoCountWasAsked_ThenDone)
 {
     const auto listener = listen({"42", "--timeout", "0.05", "--format", "json"});
-    EXPECT_EQ(listener->wait(), exited(0));
+    EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_EQ(summary_of(*listener).at("ended_by"), "timeout");
 }
 
@@ -57,12 +57,24 @@ TEST_F(QxNotify, GivenListenerWithCount_WhenSigtermComesBefore_ThenTooFew)
     EXPECT_EQ(listener->wait(), exited(4));
 }
 
+TEST_F(QxNotify, GivenRecordsThatKeepComing_WhenTheCountIsReached_ThenTheListenerEndsCleanly)
+{
+    const auto publisher = start_publish({"--generate", "1000000", "--size", "large"});
+    for (int i = 0; i < 10; ++i) {
+        const auto listener = listen({"42", "--format", "json", "--count", "20"}, {{"QX_LOG_LEVEL", "QXLOG_WARNING"}});
+        EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
+        EXPECT_THAT(records_of(*listener), SizeIs(20));
+    }
+    publisher->send_signal(SIGTERM);
+    EXPECT_EQ(publisher->wait(), exited(9));
+}
+
 TEST_F(QxNotify, GivenOutputThatNobodyReads_WhenARecordComes_ThenTheListenerIsDone)
 {
     const auto listener = listen({"42"});
     listener->close_output();
     publish_lines({product_line(42, 1)});
-    EXPECT_EQ(listener->wait(), exited(0));
+    EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
     EXPECT_THAT(listener->error(), HasSubstr("ended by closed output"));
 }
 
@@ -96,7 +108,7 @@ TEST_F(QxNotify, GivenPayloadThatIsFatal_WhenPublishedWithoutLeave_ThenItIsRefus
     const json totals = publish_lines({R"({"market":42,"raw":"oops"})", product_line(42, 1)}, {}, 5);
     EXPECT_EQ(totals.at("refused"), 1);
     EXPECT_EQ(totals.at("sent"), 1);
-    EXPECT_EQ(listener->wait(), exited(0));
+    EXPECT_EQ(listener->wait(), exited(0)) << listener->error();
 }
 
 TEST_F(QxNotify, GivenBadLineAndStrict_WhenPublished_ThenItStopsThereWithItsOwnCode)

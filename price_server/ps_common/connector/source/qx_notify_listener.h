@@ -93,11 +93,12 @@ private:
     template <class Kind>
     void ConvertAndDeliver(const Notification& notification, const std::string& data);
 
-    // Destroyed in reverse: receivers before the context they live on.
+    // Destroyed in reverse: receivers before the context they live on, and before the converter that their callbacks
+    // use until they are gone.
+    qx::JSONProto m_jsonToProto;
     lbm::Context m_qxNotifyLbmContext;
     std::map<std::uint64_t, std::unique_ptr<lbm::WildcardReceiver>> m_marketUpdateReceivers; ///< null: given up
     std::set<std::uint64_t> m_subscribedMarkets;                                             ///< never shrinks
-    qx::JSONProto m_jsonToProto;
     QXNotifyObserver* m_observer;
 };
 
