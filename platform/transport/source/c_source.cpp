@@ -71,8 +71,10 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
 
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
 {
-    return guarded("lbm_src_send", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
-        require(src, "src");
+    if (src == nullptr) {
+        return guarded("lbm_src_send", nullptr, [&] { require(src, "src"); });
+    }
+    return guarded("lbm_src_send", src->source->topic.c_str(), [&] {
         check_send(data, length, flags);
         const SendWait wait{std::nullopt, (flags & LBM_SRC_NONBLOCK) != 0, (flags & LBM_MSG_FLUSH) != 0};
         src->source->stream->send(*src->source, {data, length}, wait);

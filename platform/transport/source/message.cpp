@@ -8,13 +8,10 @@
 namespace qx::transport {
 
 Message::Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noexcept
-    : lbm_msg_t{}
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): the analyzer misses aggregate bases
+    : lbm_msg_t{message_type, 0, nullptr, 0, from->topic.c_str(), from->text.c_str(), sequence, nullptr}
     , source_(std::move(from))
 {
-    type = message_type;
-    topic_name = source_->topic.c_str();
-    source = source_->text.c_str();
-    sequence_number = sequence;
 }
 
 Message::Ptr Message::make(SourcePtr from, int message_type, std::uint32_t sequence, std::string_view payload)
