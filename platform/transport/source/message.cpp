@@ -7,8 +7,8 @@
 
 namespace qx::transport {
 
+// NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): the analyzer misses aggregate bases
 Message::Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noexcept
-    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): the analyzer misses aggregate bases
     : lbm_msg_t{message_type, 0, nullptr, 0, from->topic.c_str(), from->text.c_str(), sequence, nullptr}
     , source_(std::move(from))
 {
