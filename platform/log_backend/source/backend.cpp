@@ -28,12 +28,26 @@ OutputConfig configFromEnvironment()
     return std::move(reading.value);
 }
 
-/// The host program's signals are for its own threads.
-void becomeWriterThread()
+/// Threads that are started while it lives begin with every signal blocked: the host program's signals are for its own
+/// threads, from the first instruction of ours.
+class AllSignalsBlocked {
+public:
+    AllSignalsBlocked()
+    {
+        sigset_t all{};
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_before);
+    }
+    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+void nameWriterThread()
 {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, nullptr);
     pthread_setname_np(pthread_self(), "qx_log");
 }
 
@@ -44,6 +58,8 @@ Backend& Backend::instance()
     static auto* const backend = [] {
         auto* made = new Backend(configFromEnvironment());
         std::atexit([] { instance().drain(); });
+        pthread_atfork([] { instance().beforeFork(); }, [] { instance().afterForkInParent(); },
+                       [] { instance().afterForkInChild(); });
         return made;
     }();
     return *backend;
@@ -65,7 +81,7 @@ Backend::~Backend()
     drain();
 }
 
-void Backend::addRoute(const std::string& name, spdlog::sink_ptr sink)
+void Backend::addRoute(const std::string& name, std::shared_ptr<LineSink> sink)
 {
     auto queued = std::make_shared<spdlog::async_logger>(name, sink, m_queue);
     queued->set_error_handler([](const std::string& why) { reportLoss(why); });
@@ -90,7 +106,8 @@ void Backend::startQueue()
         return;
     }
     try {
-        m_queue = std::make_shared<spdlog::details::thread_pool>(m_config.queueLines, 1, becomeWriterThread);
+        const AllSignalsBlocked inherited;
+        m_queue = std::make_shared<spdlog::details::thread_pool>(m_config.queueLines, 1, nameWriterThread);
     } catch (const std::exception& failure) {
         report(std::string("QX_LOG_ASYNC cannot be had, lines are written at once: ") + failure.what());
     }
@@ -122,6 +139,31 @@ void Backend::drain()
 {
     const std::scoped_lock guard(m_queueLock);
     m_queue.reset(); // writes what is queued, then joins the thread
+}
+
+void Backend::beforeFork()
+{
+    m_unknownLock.lock();
+    m_queueLock.lock();
+    for (const auto& [name, route] : m_routes) {
+        route.direct->lock();
+    }
+}
+
+void Backend::afterForkInParent()
+{
+    for (const auto& [name, route] : m_routes) {
+        route.direct->unlock();
+    }
+    m_queueLock.unlock();
+    m_unknownLock.unlock();
+}
+
+void Backend::afterForkInChild()
+{
+    m_parentsQueue = std::move(m_queue);
+    m_queue.reset();
+    afterForkInParent();
 }
 
 const Backend::Route& Backend::routeFor(const std::string& handlerName)

@@ -14,6 +14,7 @@
 #include <spdlog/async_logger.h>
 
 #include "config.h"
+#include "line_sinks.h"
 
 namespace spdlog::details {
 class thread_pool;
@@ -40,15 +41,22 @@ public:
     /// Empties the queue and ends its thread. From then on lines are written at once, by the thread that logs.
     void drain();
 
+    /// Around a fork, which takes along only the thread that calls it: no lock may be held by another one meanwhile,
+    /// and the child has no writing thread. It writes at once; what is queued belongs to the parent. Not covered is a
+    /// fork while another thread is at the program's very first statement, when the back end is still being made.
+    void beforeFork();
+    void afterForkInParent();
+    void afterForkInChild();
+
 private:
     /// A sink, and the same sink behind the queue.
     struct Route {
-        spdlog::sink_ptr direct;
+        std::shared_ptr<LineSink> direct;
         std::shared_ptr<spdlog::async_logger> queued;
     };
     using Routes = std::map<std::string, Route, std::less<>>;
 
-    void addRoute(const std::string& name, spdlog::sink_ptr sink);
+    void addRoute(const std::string& name, std::shared_ptr<LineSink> sink);
     void addFileRoute();
     void startQueue();
     const Route& routeFor(const std::string& handlerName);
@@ -61,6 +69,8 @@ private:
 
     std::mutex m_queueLock; ///< held while a line is put in, so that the queue never ends under a waiting thread
     std::shared_ptr<spdlog::details::thread_pool> m_queue; ///< one thread; empty when lines are written at once
+
+    std::shared_ptr<spdlog::details::thread_pool> m_parentsQueue; ///< in a forked child, never to be joined
 
     std::mutex m_unknownLock;
     std::set<std::string> m_unknown; ///< handler names already reported

@@ -88,6 +88,7 @@ void RotatingFileSink::rotate()
         if (ftruncate(m_descriptor, 0) != 0) {
             throw std::system_error(errno, std::generic_category(), "truncating " + m_path);
         }
+        m_writer = LineWriter(m_descriptor); // a line that broke off is gone with the rest
         return;
     }
     for (std::size_t i = m_fileCount - 1; i > 0; --i) {

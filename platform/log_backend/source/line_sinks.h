@@ -14,8 +14,18 @@
 
 namespace qx::logging::backend {
 
+/// A sink whose lock can be held by others, so that a fork finds no line half written.
+class LineSink : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    void lock() { mutex_.lock(); }
+    void unlock() { mutex_.unlock(); }
+
+private:
+    void flush_() final {} // nothing is held back
+};
+
 /// Standard error or standard output, unbuffered.
-class DescriptorSink final : public spdlog::sinks::base_sink<std::mutex> {
+class DescriptorSink final : public LineSink {
 public:
     explicit DescriptorSink(int descriptor)
         : m_writer(descriptor)
@@ -24,16 +34,16 @@ public:
 
 private:
     void sink_it_(const spdlog::details::log_msg& message) override;
-    void flush_() override {} // nothing is held back
 
     LineWriter m_writer;
 };
 
 /// A file, appended to, that makes way for a new one before it grows beyond `bytesMax`: path becomes path.1, path.1
-/// becomes path.2, and so on; `fileCount` files are kept in all. Only a regular file rotates; a pipe or device, say
-/// /dev/stdout, is just written to. A symbolic link is followed, and the file that it names rotates.
-/// One process per file: two that rotate the same one would push out each other's lines.
-class RotatingFileSink final : public spdlog::sinks::base_sink<std::mutex> {
+/// becomes path.2, and so on; `fileCount` files are kept in all. What an earlier run left in the file counts. A line
+/// longer than `bytesMax` is not cut: it has a file of its own, as large as it needs. Only a regular file rotates; a
+/// pipe or device, say /dev/stdout, is just written to. A symbolic link is followed, and the file that it names
+/// rotates. One process per file: two that rotate the same one would push out each other's lines.
+class RotatingFileSink final : public LineSink {
 public:
     /// Throws std::system_error when the file cannot be opened.
     RotatingFileSink(const std::string& path, std::size_t bytesMax, std::size_t fileCount);
@@ -43,7 +53,6 @@ public:
 
 private:
     void sink_it_(const spdlog::details::log_msg& message) override;
-    void flush_() override {} // nothing is held back
     void rotateOrStay() noexcept;
     void rotate();
     std::string oldPath(std::size_t index) const;

@@ -7,6 +7,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "signals_held.h"
+
 namespace qx::logging::backend {
 
 namespace {
@@ -22,6 +24,7 @@ void waitUntilWritable(int descriptor)
 
 void LineWriter::write(std::string_view line)
 {
+    const SignalsHeld guard;
     if (m_torn) {
         writeAll("\n");
         m_torn = false;

@@ -15,7 +15,7 @@ public:
 
     /// Writes `line`, which ends in a line feed. In the usual case that is one write(2), so lines of several processes
     /// stay whole as well. Throws std::system_error when the line could not be written; the next one then still
-    /// begins on a line of its own.
+    /// begins on a line of its own. No signal comes of a failure: a closed pipe is an error like any other.
     void write(std::string_view line);
 
 private:

@@ -1,11 +1,13 @@
 #include "report.h"
 
 #include <atomic>
-#include <cstdio>
 #include <exception>
 #include <string>
 
+#include <unistd.h>
+
 #include "escape.h"
+#include "line_writer.h"
 
 namespace qx::logging::backend {
 
@@ -18,10 +20,9 @@ void writeLine(std::string_view introduction, std::string_view what) noexcept
         line += introduction;
         appendEscapedText(line, what);
         line += '\n';
-        // One write, so that the line stays whole.
-        static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr));
+        LineWriter(STDERR_FILENO).write(line);
     } catch (const std::exception&) {
-        return; // no memory for the words: nobody is left to tell
+        return; // no memory for the words, or nowhere to write them: nobody is left to tell
     }
 }
 

@@ -2,11 +2,8 @@
 
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <future>
-#include <iterator>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
 
@@ -14,6 +11,8 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "platform/log_backend/tests/temporary_folder.h"
 
 namespace qx::test {
 
@@ -76,16 +75,42 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts)
     return pointers;
 }
 
+/// What a child's standard streams are to be.
+class StreamActions {
+public:
+    StreamActions() { posix_spawn_file_actions_init(&m_actions); }
+    ~StreamActions() { posix_spawn_file_actions_destroy(&m_actions); }
+    StreamActions(const StreamActions&) = delete;
+    StreamActions& operator=(const StreamActions&) = delete;
+
+    void connect(int stream, int descriptor) { posix_spawn_file_actions_adddup2(&m_actions, descriptor, stream); }
+    void open(int stream, const std::string& path)
+    {
+        posix_spawn_file_actions_addopen(&m_actions, stream, path.c_str(), O_WRONLY, 0);
+    }
+    const posix_spawn_file_actions_t* get() const { return &m_actions; }
+
+private:
+    posix_spawn_file_actions_t m_actions{};
+};
+
 pid_t spawnLogChild(std::vector<std::string> arguments, std::vector<std::string> environment,
-                    const posix_spawn_file_actions_t& actions)
+                    const StreamActions& actions)
 {
     pid_t child = 0;
-    const int error =
-        posix_spawn(&child, LOG_CHILD, &actions, nullptr, pointersTo(arguments).data(), pointersTo(environment).data());
+    const int error = posix_spawn(&child, LOG_CHILD, actions.get(), nullptr, pointersTo(arguments).data(),
+                                  pointersTo(environment).data());
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), LOG_CHILD);
     }
     return child;
+}
+
+int exitCodeOf(pid_t child)
+{
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 } // namespace
@@ -95,24 +120,18 @@ ChildResult runLogChild(const std::string& scenario, const std::vector<std::stri
 {
     Pipe out;
     Pipe err;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out.ends[1], STDOUT_FILENO);
-    if (redirectError.empty()) {
-        posix_spawn_file_actions_adddup2(&actions, err.ends[1], STDERR_FILENO);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, redirectError.c_str(), O_WRONLY, 0);
+    StreamActions actions;
+    actions.connect(STDOUT_FILENO, out.ends[1]);
+    actions.connect(STDERR_FILENO, err.ends[1]);
+    if (!redirectError.empty()) {
+        actions.open(STDERR_FILENO, redirectError);
     }
     const pid_t child = spawnLogChild({"log_child", scenario}, childEnvironment(environment), actions);
-    posix_spawn_file_actions_destroy(&actions);
     out.closeWriter();
     err.closeWriter();
-
     auto outText = std::async(std::launch::async, [&out] { return out.readAll(); });
     const std::string errText = err.readAll();
-    int status = 0;
-    waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, linesOf(outText.get()), linesOf(errText)};
+    return {exitCodeOf(child), linesOf(outText.get()), linesOf(errText)};
 }
 
 std::vector<std::string> linesOf(const std::string& text)
@@ -127,23 +146,7 @@ std::vector<std::string> linesOf(const std::string& text)
 
 std::vector<std::string> linesOfFile(const std::filesystem::path& path)
 {
-    std::ifstream stream(path, std::ios::binary);
-    return linesOf({std::istreambuf_iterator<char>(stream), {}});
-}
-
-TemporaryFolder::TemporaryFolder()
-{
-    std::string name = std::filesystem::temp_directory_path() / "qx_log_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::system_error(errno, std::generic_category(), "mkdtemp");
-    }
-    m_path = name;
-}
-
-TemporaryFolder::~TemporaryFolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
+    return linesOf(contents(path));
 }
 
 } // namespace qx::test

@@ -21,18 +21,4 @@ ChildResult runLogChild(const std::string& scenario, const std::vector<std::stri
 std::vector<std::string> linesOf(const std::string& text);
 std::vector<std::string> linesOfFile(const std::filesystem::path& path);
 
-/// A folder of its own, removed with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
-
-private:
-    std::filesystem::path m_path;
-};
-
 } // namespace qx::test

@@ -115,9 +115,11 @@ TEST(JsonString, GivenIllFormedUtf8_ThenEachByteBecomesTheReplacementCharacter)
     EXPECT_EQ(json("\xFF"), '"' + r + '"');
     EXPECT_EQ(json("a\x80z"), "\"a" + r + "z\"");
     EXPECT_EQ(json("\xC0\xAF"), '"' + r + r + '"');                 // overlong
+    EXPECT_EQ(json("\xC1\xBF"), '"' + r + r + '"');                 // overlong
     EXPECT_EQ(json("\xE0\x9F\xBF"), '"' + r + r + r + '"');         // overlong
     EXPECT_EQ(json("\xED\xA0\x80"), '"' + r + r + r + '"');         // surrogate
     EXPECT_EQ(json("\xF4\x90\x80\x80"), '"' + r + r + r + r + '"'); // beyond U+10FFFF
+    EXPECT_EQ(json("\xF5\x80\x80\x80"), '"' + r + r + r + r + '"'); // no first byte at all
 }
 
 TEST(JsonString, GivenACharacterCutShort_ThenTheRestIsStillRead)
@@ -125,6 +127,8 @@ TEST(JsonString, GivenACharacterCutShort_ThenTheRestIsStillRead)
     const std::string r = "\xEF\xBF\xBD";
     EXPECT_EQ(json("\xE2\x82"), '"' + r + r + '"');
     EXPECT_EQ(json("\xE2\x82\""), '"' + r + r + "\\\"\"");
+    EXPECT_EQ(json("\xF0\x90\x80z"), '"' + r + r + r + "z\"");
+    EXPECT_EQ(json("\xF0\x90z"), '"' + r + r + "z\"");
 }
 
 } // namespace

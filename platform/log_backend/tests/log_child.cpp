@@ -8,6 +8,8 @@
 
 #include <logger/logger.h>
 
+#include "platform/log_backend/tests/host_scenarios.h"
+
 namespace {
 
 using namespace qx::logging;
@@ -119,6 +121,14 @@ int main(int argc, char** argv)
         {"threads", threads},
         {"thread-locals", threadLocals},
         {"exit", exitFromMain},
+        {"closed-error", qx::test::closedError},
+        {"closed-output", qx::test::closedOutput},
+        {"fork", qx::test::forkAndLogInBoth},
+        {"fork-while-logging", qx::test::forkWhileThreadsLog},
+        {"show-threads", qx::test::showThreads},
+        {"forty-names", qx::test::fortyHandlerNames},
+        {"key-destructor", qx::test::logInKeyDestructor},
+        {"hundred-threads", qx::test::hundredThreads},
         {"nothing", [] {}},
     };
     const auto scenario = scenarios.find(argc == 2 ? argv[1] : "");

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "platform/log_backend/tests/child.h"
+#include "platform/log_backend/tests/temporary_folder.h"
 
 namespace {
 

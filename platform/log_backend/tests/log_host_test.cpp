@@ -1,0 +1,108 @@
+/// The back end inside a program that forks, has signals and threads of its own, and whose streams may be gone.
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "platform/log_backend/tests/child.h"
+
+namespace {
+
+using qx::test::runLogChild;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::SizeIs;
+using testing::StartsWith;
+
+using Environment = std::vector<std::string>;
+
+bool underSanitizer()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#else
+    return false;
+#endif
+}
+
+/// With and without a writing thread.
+class LogHost : public testing::TestWithParam<Environment> {};
+
+INSTANTIATE_TEST_SUITE_P(EachMode, LogHost, testing::Values(Environment{}, Environment{"QX_LOG_ASYNC=10"}),
+                         [](const auto& test) { return test.param.empty() ? "AtOnce" : "Queued"; });
+
+TEST_P(LogHost, GivenAClosedPipe_WhenLogging_ThenTheProgramGoesOn)
+{
+    EXPECT_EQ(runLogChild("closed-error", GetParam()).exitCode, 0);
+}
+
+TEST_P(LogHost, GivenAFork_WhenBothProcessesLog_ThenNoLineIsLostOrDoubledAndBothEnd)
+{
+    const auto result = runLogChild("fork", GetParam());
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, SizeIs(3));
+    EXPECT_THAT(result.err, Contains(EndsWith(" before the fork")));
+    EXPECT_THAT(result.err, Contains(EndsWith(" in the child")));
+    EXPECT_THAT(result.err, Contains(EndsWith(" in the parent, child's status 0")));
+}
+
+TEST_P(LogHost, GivenForksWhileAnotherThreadLogs_WhenTheChildrenLog_ThenNoneHangsOnALockThatWasHeld)
+{
+    const auto result = runLogChild("fork-while-logging", GetParam());
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, Contains(EndsWith(" in a child")).Times(50));
+}
+
+TEST_P(LogHost, GivenAClosedPipeForTheFile_WhenLogging_ThenItIsReportedOnce)
+{
+    auto environment = GetParam();
+    environment.emplace_back("QX_LOG_FILE=/dev/stdout");
+    const auto result = runLogChild("closed-output", environment);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, ElementsAre(HasSubstr("reported this once: write: Broken pipe")));
+}
+
+TEST(LogThreads, GivenNoQueue_WhenLogging_ThenThereIsOnlyTheProgramsThread)
+{
+    EXPECT_THAT(runLogChild("show-threads").out, ElementsAre("log_child 0000000000000000"));
+}
+
+TEST(LogThreads, GivenAQueue_WhenLogging_ThenANamedThreadWritesWithSignalsBlockedAndTheProgramsAreNot)
+{
+    const auto threads = runLogChild("show-threads", {"QX_LOG_ASYNC=1"}).out;
+    ASSERT_THAT(threads, ElementsAre("log_child 0000000000000000", StartsWith("qx_log ")));
+    const auto blocked = std::stoull(threads[1].substr(7), nullptr, 16);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGCHLD, SIGUSR1, SIGALRM, SIGPIPE}) {
+        EXPECT_TRUE(blocked & (1ULL << static_cast<unsigned>(signal - 1))) << signal;
+    }
+}
+
+TEST(LogThreads, GivenAHundredThreadsOneAfterTheOther_WhenEachLogs_ThenTheirStreamsAreGone)
+{
+    if (underSanitizer()) {
+        GTEST_SKIP() << "the sanitizer's heap has no statistics";
+    }
+    const auto result = runLogChild("hundred-threads", {"QX_LOG_FILE=/dev/null"});
+    ASSERT_THAT(result.out, SizeIs(1));
+    EXPECT_LT(std::stoull(result.out[0]), 1'000'000U);
+}
+
+TEST(LogThreads, GivenAKeyYoungerThanTheStreams_WhenItsCleanUpLogs_ThenTheLineIsWritten)
+{
+    const auto result = runLogChild("key-destructor");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, ElementsAre(EndsWith(" first"), EndsWith(" last")));
+}
+
+TEST(LogHandlers, GivenFortyUnknownNames_WhenLogging_ThenTheFirstThirtyTwoAreReportedAndEveryLineIsWritten)
+{
+    const auto result = runLogChild("forty-names");
+    EXPECT_THAT(result.err, Contains(StartsWith("qx log: no handler is named 'name")).Times(32));
+    EXPECT_THAT(result.err, Contains(EndsWith(" statement")).Times(40));
+    EXPECT_THAT(result.err, SizeIs(72));
+}
+
+} // namespace
