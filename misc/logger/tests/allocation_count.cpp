@@ -7,18 +7,26 @@
 
 namespace {
 std::atomic<int> allocations{0};
-}
+std::atomic<bool> failing{false};
+} // namespace
 
 int qx::test::allocationCount()
 {
     return allocations;
 }
 
+void qx::test::failNextAllocation()
+{
+    failing = true;
+}
+
 void* operator new(std::size_t size)
 {
     ++allocations;
-    if (void* memory = std::malloc(size)) {
-        return memory;
+    if (!failing.exchange(false)) {
+        if (void* memory = std::malloc(size)) {
+            return memory;
+        }
     }
     throw std::bad_alloc{};
 }

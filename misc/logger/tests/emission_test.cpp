@@ -17,12 +17,12 @@ namespace {
 
 using namespace qx::logging;
 using qx::test::allocationCount;
+using qx::test::failNextAllocation;
 using testing::ElementsAre;
 
 struct BackEnd {
     std::vector<std::string> calls;
     std::function<void(const ConstSourcePtr&, const char* file)> onMessage;
-    bool recording = true;
 };
 BackEnd* current = nullptr;
 
@@ -43,7 +43,7 @@ std::atomic<std::int32_t> g_minLogLevel{QXLOG_INFO};
 void LogMessage(LogLevel, unsigned, DecodeType, const ConstSourcePtr& source, const char* file, int, const String& text,
                 const String&)
 {
-    if (current != nullptr && current->recording) {
+    if (current != nullptr) {
         current->calls.push_back("message '" + text + "', stream '" + GetThreadLocalStream().str() + "'");
     }
     if (current != nullptr && current->onMessage) {
@@ -53,7 +53,7 @@ void LogMessage(LogLevel, unsigned, DecodeType, const ConstSourcePtr& source, co
 
 void ForceLockHandlers()
 {
-    if (current != nullptr && current->recording) {
+    if (current != nullptr) {
         current->calls.push_back("lock, stream '" + GetThreadLocalStream().str() + "'");
     }
 }
@@ -159,6 +159,23 @@ TEST(EmissionDeathTest, GivenABackEndThatThrows_WhenAStatementEnds_ThenTheProces
         {
             try {
                 QX_LOG(QXLOG_INFO) << "text";
+            } catch (const std::bad_alloc&) {
+                std::_Exit(0); // it came out of the statement: the death that the test waits for does not happen
+            }
+        },
+        "bad_alloc");
+}
+
+TEST(EmissionDeathTest, GivenNoMemoryForTheCopyOfTheText_WhenAStatementEnds_ThenTheProcessEnds)
+{
+    const std::string text(100, 'x');
+    QX_LOG(QXLOG_INFO) << text; // the stream has its memory from here on: only the copy is left to allocate
+    EXPECT_DEATH(
+        {
+            try {
+                Logger logger(QXLOG_INFO, 0, QXLOG_DECODE_AS_KV, {}, "f", 1, {});
+                logger.Stream() << text;
+                failNextAllocation();
             } catch (const std::bad_alloc&) {
                 std::_Exit(0); // it came out of the statement: the death that the test waits for does not happen
             }

@@ -1,4 +1,5 @@
-/// What one statement leaves behind for the next: nothing but an error state. And that threads share nothing.
+/// What one statement leaves behind for the next: its error state, fill character, locale and exception mask, but not
+/// its flags, precision and width. And that threads share nothing.
 #include <iomanip>
 #include <latch>
 #include <string>
@@ -49,6 +50,16 @@ TEST(StreamState, GivenAWidthThatNothingUsedUp_WhenTheNextStatementRuns_ThenItIs
     QX_LOG(QXLOG_INFO) << "x" << std::setw(8);
     QX_LOG(QXLOG_INFO) << "y";
     EXPECT_THAT(log.texts(), ElementsAre("x", "y"));
+}
+
+TEST(StreamState, GivenAFillCharacter_WhenTheNextStatementRuns_ThenItIsStillThere)
+{
+    onOwnThread([] {
+        const CapturedLog log;
+        QX_LOG(QXLOG_INFO) << std::setfill('0');
+        QX_LOG(QXLOG_INFO) << std::setw(3) << 2;
+        EXPECT_THAT(log.texts(), ElementsAre("", "002"));
+    });
 }
 
 TEST(StreamState, GivenSettingsFromBeforeTheStatement_WhenItEnds_ThenTheyAreBack)

@@ -12,6 +12,9 @@
 ///           that itself logs would write into the same buffer.
 /// Errors    a null `const char*` operand sets the stream's error state, as on any standard stream, and nothing resets
 ///           it: every later statement of that thread delivers an empty text. Test pointers before streaming them.
+/// Formats   flags, precision and width are back to what they were when a statement ends. The fill character, the
+/// locale
+///           and the exception mask are not: as they are set, they stay for the thread's later statements.
 #pragma once
 
 #include <atomic>
@@ -100,6 +103,7 @@ SourcePtr MakeSource(Args&&... args)
 }
 
 /// One finished statement, as back ends pass it around. It borrows: `source` and `msg` must outlive it.
+/// `function` is for back ends that take a text late; the one of this tree is always given it and reads `msg` alone.
 struct LogRecord {
     struct Time {
         std::int64_t seconds;     ///< since 1970-01-01 UTC
@@ -122,6 +126,8 @@ struct LogRecord {
 
 /// The lowest level that is written. Read before each statement, on any thread.
 extern std::atomic<std::int32_t> g_minLogLevel;
+// A back end that was built apart may define it as a plain 32-bit integer.
+static_assert(sizeof(g_minLogLevel) == sizeof(std::int32_t) && std::atomic<std::int32_t>::is_always_lock_free);
 
 /// Writes one line. `text` is exact: it may hold any byte, control characters and NUL included.
 /// `file` is borrowed for the program's life; `handlerName` is empty or names the one handler to write to.
