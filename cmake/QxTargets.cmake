@@ -10,9 +10,10 @@ function(qx_library name)
     endif()
     add_library(qx_${name} ${kind})
     add_library(qx::${name} ALIAS qx_${name})
-    target_sources(qx_${name}
-        PRIVATE ${arg_SOURCES}
-        PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_HEADERS_BASE} FILES ${arg_HEADERS})
+    target_sources(qx_${name} PRIVATE ${arg_SOURCES})
+    if(arg_HEADERS)   # an empty set would still put this folder on its users' include path
+        target_sources(qx_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_HEADERS_BASE} FILES ${arg_HEADERS})
+    endif()
     target_compile_features(qx_${name} PUBLIC cxx_std_20)
     target_link_libraries(qx_${name} PUBLIC ${arg_LINK_PUBLIC} PRIVATE ${arg_LINK_PRIVATE} $<BUILD_INTERFACE:qx::build_options>)
     set_target_properties(qx_${name} PROPERTIES EXPORT_NAME ${name} VERIFY_INTERFACE_HEADER_SETS ON)
