@@ -107,13 +107,14 @@ namespace libjson {
 
 /// Containers may be nested this deep; every walk of a document can rely on it.
 inline constexpr std::size_t depth_max = 512;
-/// Bounds what one text can make us allocate: a node is many times larger than the two bytes it may be written in.
+/// Bounds what one text can make us allocate while it is read: up to some fifty times its size, some 3 GiB at this
+/// limit, for a text of nothing but one-digit numbers. Where peers are not trusted, refuse long texts before this one.
 inline constexpr std::size_t text_bytes_max = std::size_t{64} * 1024 * 1024;
 
 /// Reads one document, strictly after RFC 8259; a bare scalar is a document, a blank text is none. `\uXXXX` becomes
 /// UTF-8, a surrogate that lacks its partner U+FFFD. The text is copied once and not needed afterwards.
 /// Throws std::invalid_argument that says what was expected at which byte offset of the text, also for a text that is
-/// deeper or longer than the limits above.
+/// deeper or longer than the limits above; std::bad_alloc when there is no memory for its nodes.
 JSONNode parse(std::string_view json);
 
 } // namespace libjson

@@ -97,7 +97,9 @@ namespace {
                                 std::to_string(offset));
 }
 
-std::string_view expectation(qx_rapidjson::ParseErrorCode code)
+constexpr std::size_t bytes_per_mebibyte = 1024UL * 1024UL;
+
+std::string expectation(qx_rapidjson::ParseErrorCode code)
 {
     using namespace qx_rapidjson; // NOLINT(google-build-using-namespace): the codes of one switch
     switch (code) {
@@ -122,9 +124,24 @@ std::string_view expectation(qx_rapidjson::ParseErrorCode code)
     case kParseErrorNumberMissExponent:
         return "a digit in the exponent";
     case kParseErrorTermination:
-        return "no more than 512 levels";
+        return "no more than " + std::to_string(depth_max) + " levels";
     default:
         return "a value";
+    }
+}
+
+void read(detail::Document& document, detail::DocumentBuilder& builder, std::size_t bytes)
+{
+    using namespace qx_rapidjson; // NOLINT(google-build-using-namespace): the flags
+    constexpr unsigned flags = kParseInsituFlag | kParseIterativeFlag | kParseNumbersAsStringsFlag;
+    InsituStringStream stream(document.text().data());
+    Reader reader;
+    if (const ParseResult result = reader.Parse<flags>(stream, builder); result.IsError()) {
+        fail(expectation(result.Code()), result.Offset());
+    }
+    // The reader takes a NUL byte for the end of the text.
+    if (stream.Tell() != bytes) {
+        fail("the end of the text", stream.Tell());
     }
 }
 
@@ -133,23 +150,13 @@ std::string_view expectation(qx_rapidjson::ParseErrorCode code)
 JSONNode parse(std::string_view json)
 {
     if (json.size() > text_bytes_max) {
-        fail("the end of the text, which may have 64 MiB,", text_bytes_max);
+        fail("the end of the text, which may have " + std::to_string(text_bytes_max / bytes_per_mebibyte) + " MiB,",
+             text_bytes_max);
     }
     auto document = std::make_unique<detail::Document>(json);
     detail::replace_lone_surrogates(document->text());
-
-    using namespace qx_rapidjson; // NOLINT(google-build-using-namespace): the flags
-    constexpr unsigned flags = kParseInsituFlag | kParseIterativeFlag | kParseNumbersAsStringsFlag;
     detail::DocumentBuilder builder(*document);
-    InsituStringStream stream(document->text().data());
-    Reader reader;
-    if (const ParseResult result = reader.Parse<flags>(stream, builder); result.IsError()) {
-        fail(expectation(result.Code()), result.Offset());
-    }
-    // The reader takes a NUL byte for the end of the text.
-    if (stream.Tell() != json.size()) {
-        fail("the end of the text", stream.Tell());
-    }
+    read(*document, builder, json.size());
     JSONNode root(builder.root());
     static_cast<void>(document.release()); // from here on the owning nodes keep it
     return root;

@@ -9,7 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/json/tests/equal.h"
+
 namespace {
+
+using qx::test::equal;
 
 using Texts = std::map<std::string, std::string>; ///< file name without extension to contents
 
@@ -50,7 +54,8 @@ TEST(Corpus, GivenEveryValidContainer_WhenWrittenAndReadAgain_ThenItIsTheSame)
     for (const auto& [name, text] : corpus('y')) {
         const JSONNode node = libjson::parse(text);
         if (node.type() == JSON_ARRAY || node.type() == JSON_NODE) {
-            EXPECT_EQ(libjson::parse(node.write()).write(), node.write()) << name;
+            EXPECT_TRUE(equal(node, libjson::parse(node.write()))) << name;
+            EXPECT_TRUE(equal(node, libjson::parse(node.write_formatted()))) << name;
         }
     }
 }

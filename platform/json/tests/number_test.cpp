@@ -123,7 +123,7 @@ TEST(Number, GivenTooBigNumbersWithBadGrammar_WhenParsed_ThenTheyAreRefused)
 
 TEST(Number, GivenALocaleWithDecimalComma_WhenRead_ThenThePointIsStillAPoint)
 {
-    setenv("LOCPATH", JSON_TEST_LOCALES, 1); // NOLINT(concurrency-mt-unsafe): one thread
+    setenv("LOCPATH", QX_TEST_LOCALES, 1); // NOLINT(concurrency-mt-unsafe): one thread
     const std::string before = std::setlocale(LC_NUMERIC, nullptr);
     ASSERT_NE(std::setlocale(LC_NUMERIC, "decimal_comma"), nullptr);
     ASSERT_EQ(std::strtod("1.5", nullptr), 1.0); // the locale does what it is here for

@@ -62,7 +62,11 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{R"("\u12G4")", "four hexadecimal digits in the escape", 1},
         Refused{"\"a\tb\"", "a known escape and no bare control character", 2},
         Refused{"\"a\x1F\"", "a known escape and no bare control character", 2},
-        Refused{"\xEF\xBB\xBF{}", "a value", 0}, Refused{"[1", "',' or ']'", 2}, Refused{"{\"a\":", "a value", 5}));
+        Refused{"\xEF\xBB\xBF{}", "a value", 0}, Refused{"[1", "',' or ']'", 2}, Refused{"{\"a\":", "a value", 5},
+        Refused{R"("\)", "a known escape and no bare control character", 1},
+        Refused{R"("\u12)", "four hexadecimal digits in the escape", 1},
+        Refused{R"(["\ud800\u12"])", "four hexadecimal digits in the escape", 8},
+        Refused{"1e+", "a digit in the exponent", 3}));
 
 TEST(Parse, GivenNulByteBehindTheDocument_WhenParsed_ThenItIsRefusedThere)
 {
@@ -131,6 +135,28 @@ TEST(Parse, GivenUnicodeEscapes_WhenParsed_ThenTheyBecomeUtf8)
               "A\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E");
 }
 
+TEST(Parse, GivenUnicodeEscapesAtTheEndsOfEachUtf8Length_WhenParsed_ThenTheyBecomeUtf8)
+{
+    EXPECT_EQ(libjson::parse(R"("\u007f\u0080\u07ff\u0800\uffff\ud800\udc00\udbff\udfff")").as_string(),
+              "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
+}
+
+TEST(Parse, GivenALoneSurrogateInAMemberName_WhenParsed_ThenItBecomesTheReplacementCharacter)
+{
+    EXPECT_EQ(libjson::parse(R"({"a\udfffb":1})").at(0).name(), "a\xEF\xBF\xBD"
+                                                                "b");
+}
+
+TEST(Parse, GivenAnyBareControlCharacterInAString_WhenParsed_ThenItIsRefusedThere)
+{
+    for (char c = 0x01; c < 0x20; ++c) {
+        EXPECT_EQ(refusal("\"a" + std::string(1, c) + "\""),
+                  "libjson::parse: expected a known escape and no bare control character at byte 2")
+            << int{c};
+        EXPECT_NE(refusal("{\"" + std::string(1, c) + "\":1}"), "") << int{c};
+    }
+}
+
 struct Surrogates {
     const char* text;
     const char* value;
@@ -187,6 +213,12 @@ TEST(Parse, GivenAMillionOpenBrackets_WhenParsed_ThenTheStackIsNotTouched)
 TEST(Parse, GivenTextBeyondTheSizeLimit_WhenParsed_ThenItIsRefusedUnread)
 {
     EXPECT_THAT(refusal(std::string(libjson::text_bytes_max + 1, ' ')), HasSubstr("64 MiB"));
+}
+
+TEST(Parse, GivenBlanksUpToTheSizeLimit_WhenParsed_ThenTheyAreReadAndAValueIsMissing)
+{
+    EXPECT_EQ(refusal(std::string(libjson::text_bytes_max, ' ')),
+              "libjson::parse: expected a value at byte " + std::to_string(libjson::text_bytes_max));
 }
 
 TEST(Parse, GivenTheTextIsGone_WhenTheDocumentIsRead_ThenItHasItsOwnCopy)
