@@ -77,6 +77,14 @@ const EnumValueDescriptor* find_enum_value(const EnumDescriptor* type, const JSO
     }
 }
 
+void report_empty(const JSONNode& json, bool wanted)
+{
+    if (wanted) {
+        QX_LOG_ID(QXLOG_INFO, log_id) << "JSON to protobuf conversion fails. Supplied JSON empty: message="
+                                      << json.write();
+    }
+}
+
 } // namespace
 
 // ---- Index and checks ----------------------------------------------------------------------------------------------
@@ -129,40 +137,46 @@ void JSONProto::WriteEnum(const Writer& write, const std::string& name, const JS
     }
 }
 
+std::int64_t JSONProto::Integer(const std::string& name, const JSONNode& json, bool strict) const
+{
+    JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
+    return json.as_int();
+}
+
+double JSONProto::Floating(const std::string& name, const JSONNode& json, bool strict) const
+{
+    JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
+    return to_double(json.as_string());
+}
+
+bool JSONProto::Truth(const std::string& name, const JSONNode& json, bool strict) const
+{
+    if (json.type() == JSON_NUMBER) {
+        return json.as_int() != 0;
+    }
+    JSON2PB_VERIFY_TYPE(name, json, JSON_BOOL, strict);
+    return json.as_bool();
+}
+
 /// Everything but messages. One line a type: numbers narrow by keeping their low bits.
 template <class Writer>
 void JSONProto::WriteScalar(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const
 {
-    const auto integer = [&] {
-        JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
-        return json.as_int();
-    };
-    const auto floating = [&] {
-        JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
-        return to_double(json.as_string());
-    };
-    const auto truth = [&] {
-        if (json.type() == JSON_NUMBER) {
-            return json.as_int() != 0;
-        }
-        JSON2PB_VERIFY_TYPE(name, json, JSON_BOOL, strict);
-        return json.as_bool();
-    };
     switch (write.field->cpp_type()) {
     case FieldDescriptor::CPPTYPE_INT32:
-        return write.Int32(static_cast<std::int32_t>(integer()));
+        return write.Int32(static_cast<std::int32_t>(Integer(name, json, strict)));
     case FieldDescriptor::CPPTYPE_INT64:
-        return write.Int64(integer());
+        return write.Int64(Integer(name, json, strict));
     case FieldDescriptor::CPPTYPE_UINT32:
-        return write.UInt32(static_cast<std::uint32_t>(integer()));
+        return write.UInt32(static_cast<std::uint32_t>(Integer(name, json, strict)));
     case FieldDescriptor::CPPTYPE_UINT64:
-        return write.UInt64(static_cast<std::uint64_t>(integer()));
+        return write.UInt64(static_cast<std::uint64_t>(Integer(name, json, strict)));
     case FieldDescriptor::CPPTYPE_DOUBLE:
-        return write.Double(floating());
+        return write.Double(Floating(name, json, strict));
     case FieldDescriptor::CPPTYPE_FLOAT:
-        return write.Float(static_cast<float>(floating()));
+        return write.Float(static_cast<float>(Floating(name, json, strict)));
     case FieldDescriptor::CPPTYPE_BOOL:
-        return write.Bool(truth());
+        return write.Bool(Truth(name, json, strict));
     case FieldDescriptor::CPPTYPE_ENUM:
         return WriteEnum(write, name, json, strict);
     case FieldDescriptor::CPPTYPE_STRING:
@@ -200,10 +214,7 @@ bool JSONProto::Convert(Message* msg, const Reflection* ref, const JSONNode& jso
         return false;
     }
     if (!is_container(jsonMsg) || jsonMsg.empty()) {
-        if (logEmptyJson) {
-            QX_LOG_ID(QXLOG_INFO, log_id)
-                << "JSON to protobuf conversion fails. Supplied JSON empty: message=" << jsonMsg.write();
-        }
+        report_empty(jsonMsg, logEmptyJson);
         return false;
     }
     try {
@@ -223,19 +234,26 @@ void JSONProto::ParseJSON(Message* msg, const Reflection* ref, const JSONNode& n
     }
     for (const JSONNode& child : n) {
         std::string node_name = child.name();
-        const FieldDescriptor* field = index.FindFieldByName(node_name);
-        if (field == nullptr) {
-            JSON2PB_FAILED(node_name, strict);
-        } else if (child.type() == JSON_ARRAY) {
-            ParseJSONRepeating(msg, ref, child, node_name, strict);
-        } else if (child.type() == JSON_NODE) {
-            Message* submsg = ref->MutableMessage(msg, field);
-            ParseJSON(submsg, submsg->GetReflection(), child, strict);
-        } else if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
-            ParseUuid(msg, ref, field, node_name, child, strict);
+        if (const FieldDescriptor* field = index.FindFieldByName(node_name)) {
+            ParseMember(msg, ref, field, node_name, child, strict);
         } else {
-            WriteScalar(detail::FieldSetter{{msg, ref, field}}, node_name, child, strict);
+            JSON2PB_FAILED(node_name, strict);
         }
+    }
+}
+
+void JSONProto::ParseMember(Message* msg, const Reflection* ref, const FieldDescriptor* field, std::string& name,
+                            const JSONNode& json, bool strict) const
+{
+    if (json.type() == JSON_ARRAY) {
+        ParseJSONRepeating(msg, ref, json, name, strict);
+    } else if (json.type() == JSON_NODE) {
+        Message* submsg = ref->MutableMessage(msg, field);
+        ParseJSON(submsg, submsg->GetReflection(), json, strict);
+    } else if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+        ParseUuid(msg, ref, field, name, json, strict);
+    } else {
+        WriteScalar(detail::FieldSetter{{msg, ref, field}}, name, json, strict);
     }
 }
 
@@ -247,20 +265,27 @@ void JSONProto::ParseJSONRepeating(Message* msg, const Reflection* ref, const JS
         return;
     }
     for (const JSONNode& element : n) {
-        const FieldDescriptor* field = index.FindFieldByName(repeatingFieldName);
-        if (field == nullptr) {
-            JSON2PB_FAILED(repeatingFieldName, strict);
-        } else if (element.type() == JSON_ARRAY) {
-            // Under its own name, which is empty: nested arrays are not flattened, their elements are unknown keys.
-            std::string element_name = element.name();
-            ParseJSONRepeating(msg, ref, element, element_name, strict);
-        } else if (element.type() == JSON_NODE) {
-            Message* submsg = ref->AddMessage(msg, field);
-            ParseJSON(submsg, submsg->GetReflection(), element, strict);
+        if (const FieldDescriptor* field = index.FindFieldByName(repeatingFieldName)) {
+            ParseElement(msg, ref, field, repeatingFieldName, element, strict);
         } else {
-            // A scalar for a message field is passed over: repeated UUIDs are not supported.
-            WriteScalar(detail::FieldAdder{{msg, ref, field}}, repeatingFieldName, element, strict);
+            JSON2PB_FAILED(repeatingFieldName, strict);
         }
+    }
+}
+
+void JSONProto::ParseElement(Message* msg, const Reflection* ref, const FieldDescriptor* field, const std::string& name,
+                             const JSONNode& json, bool strict) const
+{
+    if (json.type() == JSON_ARRAY) {
+        // Under its own name, which is empty: nested arrays are not flattened, their elements are unknown keys.
+        std::string own_name = json.name();
+        ParseJSONRepeating(msg, ref, json, own_name, strict);
+    } else if (json.type() == JSON_NODE) {
+        Message* submsg = ref->AddMessage(msg, field);
+        ParseJSON(submsg, submsg->GetReflection(), json, strict);
+    } else {
+        // A scalar for a message field is passed over: repeated UUIDs are not supported.
+        WriteScalar(detail::FieldAdder{{msg, ref, field}}, name, json, strict);
     }
 }
 

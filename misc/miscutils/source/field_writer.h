@@ -16,7 +16,8 @@ struct FieldTarget {
     const google::protobuf::FieldDescriptor* field;
 };
 
-/// Sets a singular field.
+/// Sets a singular field. Enumerations go by number: with a descriptor, protobuf does not check that the field is
+/// singular (nor, in the adder, that it is repeated) and would write over other memory.
 struct FieldSetter : FieldTarget {
     void Int32(std::int32_t v) const { reflection->SetInt32(message, field, v); }
     void Int64(std::int64_t v) const { reflection->SetInt64(message, field, v); }
@@ -25,7 +26,10 @@ struct FieldSetter : FieldTarget {
     void Double(double v) const { reflection->SetDouble(message, field, v); }
     void Float(float v) const { reflection->SetFloat(message, field, v); }
     void Bool(bool v) const { reflection->SetBool(message, field, v); }
-    void Enum(const google::protobuf::EnumValueDescriptor* v) const { reflection->SetEnum(message, field, v); }
+    void Enum(const google::protobuf::EnumValueDescriptor* v) const
+    {
+        reflection->SetEnumValue(message, field, v->number());
+    }
     void String(std::string v) const { reflection->SetString(message, field, std::move(v)); }
 };
 
@@ -38,7 +42,10 @@ struct FieldAdder : FieldTarget {
     void Double(double v) const { reflection->AddDouble(message, field, v); }
     void Float(float v) const { reflection->AddFloat(message, field, v); }
     void Bool(bool v) const { reflection->AddBool(message, field, v); }
-    void Enum(const google::protobuf::EnumValueDescriptor* v) const { reflection->AddEnum(message, field, v); }
+    void Enum(const google::protobuf::EnumValueDescriptor* v) const
+    {
+        reflection->AddEnumValue(message, field, v->number());
+    }
     void String(std::string v) const { reflection->AddString(message, field, std::move(v)); }
 };
 

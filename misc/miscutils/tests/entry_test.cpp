@@ -99,6 +99,11 @@ TEST(JSONToProtobuf, GivenOnlyAnUnknownKey_WhenLenient_ThenItIsTrueAndTheMessage
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
+TEST(JSONToProtobuf, GivenUnknownKeysWithContainers_WhenLenient_ThenTheyAreSkippedAndTheRestIsRead)
+{
+    EXPECT_EQ(convert(R"({"nope":[1,[2],{"i32":3}],"no":{"i32":4},"i64":5})", lenient).ShortDebugString(), "i64: 5");
+}
+
 TEST(JSONToProtobuf, GivenOnlyAnUnknownKey_WhenStrict_ThenItThrowsForThatKey)
 {
     EXPECT_EQ(strict_failure(R"({"nope":1})"), "nope has invalid value");
@@ -136,7 +141,8 @@ TEST(JSONToProtobuf, GivenAFilledMessage_WhenConvertedInto_ThenItIsAddedTo)
     EXPECT_EQ(message.ShortDebugString(), "i32: 1 i64: 2 i32s: 1 i32s: 2");
 }
 
-/// Its fields cannot be indexed: asking for the descriptor is an invalid argument. The reflection is another message's.
+/// Its fields cannot be indexed: asking for the descriptor throws `Failure`. The reflection is another message's.
+template <class Failure>
 class RefusingMessage : public google::protobuf::Message {
 public:
     const google::protobuf::Reflection* GetReflection() const { return AllTypes::GetReflection(); }
@@ -144,21 +150,38 @@ public:
     int GetCachedSize() const override { return 0; }
 
 private:
-    google::protobuf::Metadata GetMetadata() const override { throw std::invalid_argument("no such thing"); }
+    google::protobuf::Metadata GetMetadata() const override { throw Failure("no such thing"); }
 };
 
 TEST(JSONToProtobuf, GivenAnInvalidArgumentInside_WhenConverted_ThenItIsLoggedAndFalse)
 {
     const CapturedLog log;
-    RefusingMessage message;
+    RefusingMessage<std::invalid_argument> message;
     EXPECT_FALSE(converted(message, R"({"i32":1})", strict, !log_empty));
     ASSERT_THAT(log.texts(logging::QXLOG_INFO),
                 ElementsAre("Invalid argument in JSON to protobuf conversion no such thing"));
     EXPECT_EQ(log.statements().at(0).id, 13U);
 }
 
+TEST(JSONToProtobuf, GivenAnInvalidArgumentAndTheLevelIsNotAdmitted_WhenConverted_ThenItIsFalseInSilence)
+{
+    const CapturedLog log(logging::QXLOG_INFO + 1);
+    RefusingMessage<std::invalid_argument> message;
+    EXPECT_FALSE(converted(message, R"({"i32":1})", strict, log_empty));
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST(JSONToProtobuf, GivenAnyOtherExceptionInside_WhenConverted_ThenItEscapesUnlogged)
+{
+    const CapturedLog log;
+    RefusingMessage<std::out_of_range> message;
+    EXPECT_THAT([&] { converted(message, R"({"i32":1})", lenient, log_empty); },
+                testing::ThrowsMessage<std::out_of_range>("no such thing"));
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
 /// A message that has no reflection to fill it with.
-struct UnreflectedMessage : RefusingMessage {
+struct UnreflectedMessage : RefusingMessage<std::invalid_argument> {
     const google::protobuf::Reflection* GetReflection() const { return nullptr; }
 };
 

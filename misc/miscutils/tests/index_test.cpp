@@ -68,6 +68,14 @@ TEST(FieldDescriptorIndex, GivenExtensionsAndTheEmptyKey_WhenLookedUp_ThenTheyAr
     EXPECT_EQ(found(""), "");
 }
 
+TEST(FieldDescriptorIndex, GivenNestedTypes_WhenLookedUp_ThenNeitherTheyNorTheirFieldsAreThere)
+{
+    EXPECT_EQ(found("Nested"), "");
+    EXPECT_EQ(found("deep"), "");
+    EXPECT_EQ(found("NestedEnum"), "");
+    EXPECT_EQ(found("NESTED_VALUE"), "");
+}
+
 TEST(FieldDescriptorIndex, GivenAMessageWithoutFields_WhenLookedUp_ThenEveryKeyIsUnknown)
 {
     Empty message;
@@ -97,7 +105,7 @@ class VerifyTypeName : public testing::TestWithParam<TypeName> {};
 
 TEST_P(VerifyTypeName, GivenAnotherTypeAndStrict_WhenChecked_ThenTheMessageNamesTheExpectedType)
 {
-    // A type that none of the codes names but its own neighbour: an object, or a null where an object is expected.
+    // Anything but what the code names: an object, or a null where an object is expected.
     const JSONNode other = libjson::parse(GetParam().code == JSON_NODE ? "null" : "{}");
     EXPECT_THAT([&] { JSONProto{}.JSON2PB_VERIFY_TYPE("price", other, GetParam().code, strict); },
                 ThrowsMessage<JSONProtoException>(std::string("price is expected to be of type ") + GetParam().name));

@@ -35,6 +35,11 @@ TEST(Repeated, GivenRealsFlagsSidesAndTexts_WhenConverted_ThenTheyAreAppendedInO
     EXPECT_THAT(message.texts(), ElementsAre("a", "", "1.50"));
 }
 
+TEST(Repeated, GivenAFractionForABool_WhenConverted_ThenItIsWhetherTheIntegerIsNotZero)
+{
+    EXPECT_THAT(convert(R"({"flags":[0.5,1.5]})", strict).flags(), ElementsAre(false, true));
+}
+
 TEST(Repeated, GivenObjects_WhenConverted_ThenEachAppendsASubMessage)
 {
     EXPECT_EQ(convert(R"({"inners":[{"number":1},{},{"text":"c"}]})", strict).ShortDebugString(),

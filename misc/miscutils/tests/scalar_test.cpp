@@ -64,11 +64,13 @@ TEST(Scalar, GivenAFloat_WhenConverted_ThenTheDoubleIsNarrowed)
 {
     EXPECT_EQ(convert(R"({"single":0.1})", strict).single(), 0.1F);
     EXPECT_EQ(convert(R"({"single":1e39})", strict).single(), HUGE_VALF);
+    // Just above the middle of two floats: as a double it is the middle, which then goes to the even one.
+    EXPECT_EQ(convert(R"({"single":1.00000005960464477539062500001})", strict).single(), 1.0F);
 }
 
 TEST(Scalar, GivenADecimalCommaInTheLocale_WhenConverted_ThenThePointIsStillAPoint)
 {
-    setenv("LOCPATH", TEST_LOCALES, 1); // NOLINT(concurrency-mt-unsafe): one thread
+    setenv("LOCPATH", QX_TEST_LOCALES, 1); // NOLINT(concurrency-mt-unsafe): one thread
     const std::string before = std::setlocale(LC_NUMERIC, nullptr);
     ASSERT_NE(std::setlocale(LC_NUMERIC, "decimal_comma"), nullptr);
     ASSERT_EQ(std::strtod("1.5", nullptr), 1.0); // the locale does what it is here for

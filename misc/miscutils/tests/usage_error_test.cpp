@@ -23,7 +23,26 @@ TEST_P(UsageError, GivenAShapeThatDoesNotFit_WhenConverted_ThenProtobufThrowsASt
 INSTANTIATE_TEST_SUITE_P(EachShape, UsageError,
                          testing::Values(R"({"i32s":1})", R"({"inners":{"number":1}})", R"({"i32":[1]})",
                                          R"({"inner":[{"number":1}]})", R"({"i32":{"number":1}})", R"({"text":{}})",
-                                         R"({"texts":[{}]})", R"({"uuids":"00112233445566778899aabbccddeeff"})"));
+                                         R"({"texts":[{}]})", R"({"uuids":"00112233445566778899aabbccddeeff"})",
+                                         R"({"sides":"Buy"})", R"({"side":["Buy"]})", R"({"side":[1]})",
+                                         R"({"sides":1})", R"({"texts":"a"})", R"({"texts":null})"));
+
+TEST(UsageError, GivenNullForARepeatedNumber_WhenConverted_ThenStrictModeRefusesTheTypeFirst)
+{
+    EXPECT_THROW(convert(R"({"i32s":null})", lenient), google::protobuf::FatalException);
+    EXPECT_EQ(strict_failure(R"({"i32s":null})"), "i32s is expected to be of type JSON_NUMBER");
+}
+
+TEST(UsageError, GivenNoEnumValueForARepeatedEnum_WhenConverted_ThenTheValueIsRefusedBeforeTheShape)
+{
+    EXPECT_EQ(convert(R"({"sides":null})", lenient).ByteSizeLong(), 0U);
+    EXPECT_EQ(strict_failure(R"({"sides":null})"), "sides has invalid value");
+}
+
+TEST(UsageError, GivenScalarsInAnArrayForASingularMessage_WhenStrict_ThenTheyArePassedOverInSilence)
+{
+    EXPECT_EQ(convert(R"({"inner":[1,"a",null],"uuid":["bad"]})", strict).ByteSizeLong(), 0U);
+}
 
 TEST(UsageError, GivenAnEmptyArrayForASingularField_WhenConverted_ThenNothingIsTouched)
 {

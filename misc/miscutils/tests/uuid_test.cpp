@@ -49,11 +49,24 @@ INSTANTIATE_TEST_SUITE_P(EachKind, MalformedUuid,
                                          R"("{00112233-4455-6677-8899-aabbccddeeff")",
                                          R"("00112233-445566778899aabbccddeeff")", "null", "12", "true"));
 
+class MalformedUuidText : public testing::TestWithParam<const char*> {};
+
+TEST_P(MalformedUuidText, GivenStrict_WhenConverted_ThenTheUuidLibrarysErrorEscapes)
+{
+    const std::string json = std::string(R"({"uuid":")") + GetParam() + R"("})";
+    EXPECT_THAT([&] { convert(json, strict); }, ThrowsMessage<std::runtime_error>("invalid uuid string"));
+}
+
+INSTANTIATE_TEST_SUITE_P(EachFault, MalformedUuidText,
+                         testing::Values("", "00112233-4455-6677-8899-aabbccddeef",
+                                         "00112233-4455-6677-8899-aabbccddeeff0", "{00112233445566778899aabbccddeeff",
+                                         "0011223g-4455-6677-8899-aabbccddeeff"));
+
 TEST(Uuid, GivenAMalformedText_WhenStrict_ThenItIsTheSameErrorAndTheFieldIsPresentButEmpty)
 {
     AllTypes message;
-    EXPECT_THROW(JSONProto{}.JSONToProtobuf(message, libjson::parse(R"({"uuid":"abc"})"), strict, false),
-                 std::runtime_error);
+    EXPECT_THAT([&] { JSONProto{}.JSONToProtobuf(message, libjson::parse(R"({"uuid":"abc"})"), strict, false); },
+                ThrowsMessage<std::runtime_error>("invalid uuid string"));
     EXPECT_TRUE(message.has_uuid());
     EXPECT_FALSE(message.uuid().has_hi());
 }

@@ -6,12 +6,15 @@
 /// Errors    strict: the first unknown key or unusable value throws JSONProtoException and the message keeps what was
 ///           written before. Lenient: such keys and values are skipped, and a value of another kind than the field's is
 ///           read by the JSON library's own conversions.
-///           In both: a malformed UUID text throws std::runtime_error, and a document whose shape does not fit the
-///           schema (a scalar for a repeated field, an array for a singular one, an object for a scalar one) is a usage
-///           error of protobuf, which reports google::protobuf::FatalException.
+///           In both: a malformed UUID text throws std::runtime_error. A document whose shape does not fit the schema
+///           (a scalar for a repeated field, an object or a scalar in an array for a singular one, an object for a
+///           scalar one) is a usage error, which protobuf reports as google::protobuf::FatalException once a value is
+///           written. Where none is written there is no report, not even in strict mode: an empty array fits any
+///           field, and what is no object in an array for a message field, repeated or not, is passed over.
 /// Threads   A converter is never changed by its use: several threads may share one, each with its own message.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
@@ -71,9 +74,18 @@ public:
 private:
     bool Convert(google::protobuf::Message* msg, const google::protobuf::Reflection* ref, const JSONNode& jsonMsg,
                  bool strict, bool logEmptyJson) const;
+    void ParseMember(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
+                     const google::protobuf::FieldDescriptor* field, std::string& name, const JSONNode& json,
+                     bool strict) const;
+    void ParseElement(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
+                      const google::protobuf::FieldDescriptor* field, const std::string& name, const JSONNode& json,
+                      bool strict) const;
     void ParseUuid(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
                    const google::protobuf::FieldDescriptor* field, const std::string& name, const JSONNode& json,
                    bool strict) const;
+    std::int64_t Integer(const std::string& name, const JSONNode& json, bool strict) const;
+    double Floating(const std::string& name, const JSONNode& json, bool strict) const;
+    bool Truth(const std::string& name, const JSONNode& json, bool strict) const;
     template <class Writer>
     void WriteScalar(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const;
     template <class Writer>
