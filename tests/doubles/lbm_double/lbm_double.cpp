@@ -56,6 +56,19 @@ int call_back(lbm_rcv_cb_proc callback, lbm_rcv_t* handle, void* clientd, lbm_ms
     return callback(handle, msg, clientd);
 }
 
+/// The transport's own fields, which point into the texts that `msg` holds.
+void set_fields(details::HeldMessage& msg, const MessageSpec& spec)
+{
+    msg.type = spec.type;
+    msg.flags = spec.flags;
+    msg.data = msg.payload.empty() ? nullptr : msg.payload.data();
+    msg.len = msg.payload.size();
+    msg.topic_name = msg.topic.c_str();
+    msg.source = msg.source_text.c_str();
+    msg.sequence_number = spec.sequenceNumber;
+    msg.response = spec.withResponse ? &msg.response_object : nullptr;
+}
+
 std::optional<std::function<int()>> prepare_delivery(const std::string& topicOrPattern, lbm_msg_t* msg,
                                                      lbm_event_queue_t** queue = nullptr)
 {
@@ -180,18 +193,11 @@ lbm_msg_t* LbmDouble::make_message(const MessageSpec& spec)
     auto& msg = state().messages.emplace_back();
     const auto number = std::to_string(++state().numbers["msg"]);
     msg.name = "msg#" + number;
+    msg.response_object.name = "response#" + number;
     msg.payload = spec.payload;
     msg.topic = spec.topic;
     msg.source_text = spec.source;
-    msg.response_object.name = "response#" + number;
-    msg.type = spec.type;
-    msg.flags = spec.flags;
-    msg.data = msg.payload.empty() ? nullptr : msg.payload.data();
-    msg.len = msg.payload.size();
-    msg.topic_name = msg.topic.c_str();
-    msg.source = msg.source_text.c_str();
-    msg.sequence_number = spec.sequenceNumber;
-    msg.response = spec.withResponse ? &msg.response_object : nullptr;
+    set_fields(msg, spec);
     return &msg;
 }
 

@@ -68,7 +68,10 @@ public:
     /// Until the end of this double.
     void fail_always(const std::string& function, int errnum = LBM_EINVAL, const std::string& errmsg = "scripted");
     void script_nth(const std::string& function, int n, const Script& script);
-    /// Runs inside every call of that function, after it was recorded and took effect. May throw through it.
+    /// Runs inside every call of that function, after it was recorded. What a creation, a shutdown or an option call
+    /// does has happened by then. A deletion, an unblocking, a dispatch or a change of a reference count takes effect
+    /// afterwards: a hook still finds the handle that is being deleted. May throw through the function, which then
+    /// skips what comes afterwards.
     void on_call(const std::string& function, std::function<void()> hook);
     /// What lbm_errmsg() and lbm_errnum() give on this thread from now on.
     void set_error(int errnum, const std::string& errmsg);

@@ -12,6 +12,22 @@ struct ThreadError {
 
 thread_local ThreadError t_error;
 
+/// Counts the call and takes the script that was planned for it, the latest of several. Call with the lock held.
+std::optional<Script> take_planned(const std::string& function)
+{
+    std::optional<Script> taken;
+    auto& planned = state().scripts[function];
+    for (auto script = planned.begin(); script != planned.end();) {
+        if (script->callsUntil-- == 0) {
+            taken = script->script;
+            script = planned.erase(script);
+        } else {
+            ++script;
+        }
+    }
+    return taken;
+}
+
 } // namespace
 
 State& state()
@@ -33,14 +49,8 @@ Script take_script(const std::string& function)
     if (const auto standing = state().standing.find(function); standing != state().standing.end()) {
         taken = standing->second;
     }
-    auto& planned = state().scripts[function];
-    for (auto script = planned.begin(); script != planned.end();) {
-        if (script->callsUntil-- == 0) {
-            taken = script->script;
-            script = planned.erase(script);
-        } else {
-            ++script;
-        }
+    if (const auto planned = take_planned(function)) {
+        taken = *planned;
     }
     if (taken.result == LBM_FAILURE) {
         fail(taken.errnum, taken.errmsg);
