@@ -7,6 +7,7 @@
 namespace lbm {
 namespace {
 
+thread_local const details::RunningCallback* t_innermostCallback = nullptr;
 thread_local const lbm_msg_t* t_currentMessage = nullptr;
 
 lbm_msg_t* Retain(lbm_msg_t* msg) noexcept
@@ -61,9 +62,21 @@ const lbm_msg_t* CurrentMessage() noexcept
     return t_currentMessage;
 }
 
-const lbm_msg_t* details::ExchangeCurrentMessage(const lbm_msg_t* msg) noexcept
+details::RunningCallback::RunningCallback(const lbm_msg_t* msg) noexcept
+    : m_msg(msg)
+    , m_outer(std::exchange(t_innermostCallback, this))
 {
-    return std::exchange(t_currentMessage, msg);
+    t_currentMessage = msg;
+}
+
+details::RunningCallback::~RunningCallback()
+{
+    t_innermostCallback = m_outer;
+}
+
+void details::RunningCallback::Returned() const noexcept
+{
+    t_currentMessage = m_outer != nullptr ? m_outer->m_msg : nullptr;
 }
 
 } // namespace lbm

@@ -24,9 +24,9 @@ lbm_topic_t* Lookup(Context& ctx, const String& topic, const lbm_rcv_topic_attr_
 void Deliver(const BaseReceiver::Callback& callback, lbm_msg_t* msg)
 {
     Message message(msg);
-    const lbm_msg_t* const previous = details::ExchangeCurrentMessage(msg);
+    const details::RunningCallback running(msg);
     callback(std::move(message));
-    details::ExchangeCurrentMessage(previous);
+    running.Returned();
 }
 
 } // namespace
@@ -69,8 +69,9 @@ Receiver::~Receiver()
 {
     LBM_LOG(QXLOG_INFO, line::receiverDeleting) << "Deleting receiver on topic=" << m_topic;
     // Here, not by the member, so that no callback runs against a function that is gone; without a handle too, which
-    // the transport refuses by itself.
-    lbm_rcv_delete(m_rcv.release());
+    // the transport refuses by itself. Released afterwards: callbacks may use the handle until the deletion returns.
+    lbm_rcv_delete(m_rcv.get());
+    static_cast<void>(m_rcv.release());
 }
 
 void Receiver::SetString(const char* name, const char* value)
@@ -103,7 +104,8 @@ WildcardReceiver::WildcardReceiver(Context& ctx, const String& pattern, Callback
 WildcardReceiver::~WildcardReceiver()
 {
     LBM_LOG(QXLOG_INFO, line::wildcardReceiverDeleting) << "Deleting wildcard receiver on topic=" << m_topic;
-    lbm_wildcard_rcv_delete(m_rcv.release()); // as in ~Receiver
+    lbm_wildcard_rcv_delete(m_rcv.get()); // as in ~Receiver
+    static_cast<void>(m_rcv.release());
 }
 
 void WildcardReceiver::SetString(const char* name, const char* value)

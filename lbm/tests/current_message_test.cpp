@@ -18,11 +18,23 @@ class CurrentMessage : public ::testing::Test {
 protected:
     LbmDouble transport;
     lbm::Context context;
+
+    /// So that this thread's other tests begin with none.
+    void ForgetCaughtMessage()
+    {
+        const lbm::Receiver receiver(context, lbm::ReceiverTopic(context, "none"), [](const lbm::Message&) {});
+        transport.deliver("none", transport.make_message());
+    }
 };
 
 lbm::Receiver MakeReceiver(lbm::Context& context, const char* topic, lbm::Receiver::Callback callback)
 {
     return {context, lbm::ReceiverTopic(context, topic), std::move(callback)};
+}
+
+void Fatal(const lbm::Message& /*message*/)
+{
+    throw std::runtime_error("fatal");
 }
 
 /// As a transport lets it end: nothing catches.
@@ -86,27 +98,48 @@ TEST_F(CurrentMessage, GivenRunningCallback_WhenAnotherThreadAsks_ThenNull)
     EXPECT_EQ(seen, nullptr);
 }
 
-TEST_F(CurrentMessage, GivenExceptionOutOfCallback_WhenItHasLeft_ThenTheMessageStaysUntilTheNextCallback)
+TEST_F(CurrentMessage, GivenExceptionOutOfCallback_WhenItWasCaught_ThenTheMessageStaysAndIsNotRetained)
 {
-    bool throws = true;
+    const auto receiver = MakeReceiver(context, "A", Fatal);
+    lbm_msg_t* msg = transport.make_message();
+    EXPECT_THROW(transport.deliver("A", msg), std::runtime_error);
+    EXPECT_EQ(lbm::CurrentMessage(), msg);
+    EXPECT_EQ(transport.refcount(msg), 0);
+    ForgetCaughtMessage();
+}
+
+TEST_F(CurrentMessage, GivenCaughtException_WhenTheNextCallbackHasReturned_ThenNull)
+{
+    const lbm_msg_t* seen = nullptr;
+    const auto fatal = MakeReceiver(context, "A", Fatal);
+    const auto next = MakeReceiver(context, "B", [&](const lbm::Message&) { seen = lbm::CurrentMessage(); });
+    EXPECT_THROW(transport.deliver("A", transport.make_message()), std::runtime_error);
+    lbm_msg_t* msg = transport.make_message();
+    transport.deliver("B", msg);
+    EXPECT_EQ(seen, msg);
+    EXPECT_EQ(lbm::CurrentMessage(), nullptr);
+}
+
+TEST_F(CurrentMessage, GivenInnerExceptionCaughtByTheOuterCallback_WhenTheNextInnerReturned_ThenTheOuterMessageAgain)
+{
+    lbm_msg_t* outer = transport.make_message();
+    const lbm_msg_t* seenAfter = nullptr;
+    const auto fatal = MakeReceiver(context, "B", Fatal);
+    const auto harmless = MakeReceiver(context, "C", [](const lbm::Message&) {});
     const auto receiver = MakeReceiver(context, "A", [&](const lbm::Message&) {
-        if (std::exchange(throws, false)) {
-            throw std::runtime_error("fatal");
-        }
+        EXPECT_THROW(transport.deliver("B", transport.make_message()), std::runtime_error);
+        transport.deliver("C", transport.make_message());
+        seenAfter = lbm::CurrentMessage();
     });
-    std::thread([&] { // of its own: the value is the thread's
-        lbm_msg_t* msg = transport.make_message();
-        EXPECT_THROW(transport.deliver("A", msg), std::runtime_error);
-        EXPECT_EQ(lbm::CurrentMessage(), msg);
-        EXPECT_EQ(transport.refcount(msg), 0); // nothing was retained for it
-    })
-        .join();
+    transport.deliver("A", outer);
+    EXPECT_EQ(seenAfter, outer);
+    EXPECT_EQ(lbm::CurrentMessage(), nullptr);
 }
 
 TEST_F(CurrentMessage, GivenExceptionNobodyCatches_WhenTheTerminateHandlerAsks_ThenTheMessageOfThatCallback)
 {
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
-    const auto receiver = MakeReceiver(context, "A", [](const lbm::Message&) { throw std::runtime_error("fatal"); });
+    const auto receiver = MakeReceiver(context, "A", Fatal);
     lbm_msg_t* msg = transport.make_message({.topic = "A.concrete"});
     EXPECT_DEATH(
         {

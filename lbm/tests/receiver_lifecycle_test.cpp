@@ -144,6 +144,13 @@ TYPED_TEST(ReceiverLifecycle, GivenLevelAboveInfo_WhenMadeAndDestroyed_ThenNothi
     EXPECT_THAT(quiet.texts(), IsEmpty());
 }
 
+TYPED_TEST(ReceiverLifecycle, GivenLevelInfo_WhenMadeAndDestroyed_ThenBothStatementsAreLogged)
+{
+    const CapturedLog exact(10);
+    this->make();
+    EXPECT_THAT(exact.texts(), ElementsAre(TypeParam::creating, TypeParam::deleting));
+}
+
 TYPED_TEST(ReceiverLifecycle, GivenCreation_WhenTheTransportIsCalled_ThenTheStatementWasAlreadyWritten)
 {
     std::vector<std::string> before;
@@ -196,6 +203,17 @@ TYPED_TEST(ReceiverLifecycle, GivenDestruction_WhenTheTransportIsCalled_ThenTheC
     this->transport.on_call(this->fn("delete"), [&] { this->transport.deliver("A.B", msg); });
     receiver.reset();
     EXPECT_EQ(ran, 1);
+}
+
+TYPED_TEST(ReceiverLifecycle, GivenDestruction_WhenTheTransportIsCalled_ThenTheReceiverStillHasItsHandle)
+{
+    auto receiver = this->make();
+    auto& dying = *receiver;
+    const typename TypeParam::Handle* const handle = dying;
+    const typename TypeParam::Handle* during = nullptr;
+    this->transport.on_call(this->fn("delete"), [&] { during = dying; });
+    receiver.reset();
+    EXPECT_EQ(during, handle);
 }
 
 TYPED_TEST(ReceiverLifecycle, GivenSuccessWithoutHandle_WhenDestroyed_ThenDeletedAllTheSame)

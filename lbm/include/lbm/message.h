@@ -65,10 +65,11 @@ static_assert(sizeof(Message) == sizeof(lbm_msg_t*), "a reference and nothing el
 /// message that the process could not survive.
 ///
 /// Lifetime  a borrowed pointer, valid while the callback runs; nothing is retained for it. When the callback returns,
-///           the previous value comes back. When an exception leaves the callback it stays as it is: an exception that
-///           reaches the transport ends the process, and the transport holds its own reference until its frame is left,
-///           so a terminate handler may still read the message. Whoever calls a trampoline directly and catches the
-///           exception must not use the value until the thread's next callback has begun.
+///           the value is the outer callback's message again, or null. When an exception leaves the callback it stays
+///           as it is: an exception that reaches the transport ends the process, and the transport holds its own
+///           reference until its frame is left, so a terminate handler may still read the message. Whoever calls a
+///           trampoline directly and catches the exception must not use the value until the thread's next callback has
+///           begun; once that has returned, nothing is left of it.
 const lbm_msg_t* CurrentMessage() noexcept;
 
 } // namespace lbm

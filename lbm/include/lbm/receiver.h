@@ -1,11 +1,11 @@
 /// Subscriptions of a context to one topic, or to every topic that a pattern matches.
 ///
 /// Threads    callbacks run on the context's own thread, one at a time for all its receivers; on the dispatching thread
-///            when an event queue is given. They may begin before the constructor has returned, and none runs once the
-///            destructor has deleted the transport's receiver.
-/// Lifetime   the transport holds a receiver's address: receivers neither move nor copy, keep them behind a pointer.
-/// The
-///            callback is destroyed last. Context and event queue must outlive the receiver.
+///            when an event queue is given. They may begin before the constructor has returned; the receiver's handle
+///            is null until then. None runs once the destructor has deleted the transport's receiver.
+/// Lifetime   the transport holds a receiver's address: it neither moves nor copies, keep it behind a pointer. A
+///            callback must not destroy its own receiver, and with it the function that is running: the function goes
+///            last of all. Context and event queue must outlive the receiver.
 /// Exceptions that leave a callback are not caught: the message's reference is given back and the exception passes into
 ///            the transport, which ends the process. Whoever wants to survive one catches it in the callback.
 #pragma once
