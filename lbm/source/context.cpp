@@ -1,6 +1,7 @@
 #include <lbm/context.h>
 
 #include <iostream>
+#include <utility>
 
 #include "calls.h"
 #include "catalogue.h"
@@ -35,10 +36,28 @@ Context::Context(const ContextAttributes& attributes)
     // context included. The destructor then unregisters before it deletes, and a move hands the registration over.
 }
 
+Context& Context::operator=(Context&& other) noexcept
+{
+    Context taken(std::move(other));
+    std::swap(m_ctx, taken.m_ctx);
+    std::swap(m_contextName, taken.m_contextName);
+    return *this;
+}
+
 Context::~Context()
 {
-    std::cout << "Destroying LBM context=" << m_ctx.get() << " context_name=" << m_contextName << std::endl;
+    PrintDestruction();
     m_ctx.reset();
+}
+
+/// An output that was told to throw must not keep the context from being deleted, nor end the process.
+void Context::PrintDestruction() const noexcept
+{
+    try {
+        std::cout << "Destroying LBM context=" << m_ctx.get() << " context_name=" << m_contextName << std::endl;
+    } catch (...) {
+        return;
+    }
 }
 
 int Context::Poll(unsigned long timeoutMs)

@@ -142,6 +142,26 @@ TEST(ContextLevels, GivenLevelAboveWarning_WhenNameIsUnreadable_ThenOnlyTheError
     EXPECT_THAT(log.texts(), ElementsAre("Failed to get context string option: scripted"));
 }
 
+TEST(ContextLevels, GivenLevelWarning_WhenNameIsUnreadable_ThenTheWarningIsLogged)
+{
+    LbmDouble transport;
+    CapturedLog log(20);
+    transport.fail_next("lbm_context_str_getopt");
+    const lbm::Context context;
+    EXPECT_THAT(log.statements(), ElementsAre(::testing::_, Statement(QXLOG_WARNING, 613,
+                                                                      "Failed to get context name from context Failed "
+                                                                      "to get context string option: scripted")));
+}
+
+TEST_F(Context, GivenSuccessThatLeftTheNameAlone_WhenMade_ThenTheNameIsEmptyAndNothingElseIsLogged)
+{
+    transport.script_nth("lbm_context_str_getopt", 1, {.result = 1});
+    lbm::Context context(lbm::ContextAttributes("Prices"));
+    EXPECT_THAT(log.statements(), ElementsAre(Statement(QXLOG_INFO_SEARCH, 616,
+                                                        "Created LBM context=" + HandleText(context) +
+                                                            " with attributes context_name=")));
+}
+
 TEST_F(Context, GivenExceptionAfterCreation_WhenMade_ThenTheTransportContextIsReleased)
 {
     transport.on_call("lbm_context_str_getopt", [] { throw std::bad_alloc(); });
@@ -200,17 +220,18 @@ TEST_F(Context, GivenMove_WhenBothDestroyed_ThenTheTransportContextIsDeletedOnce
     {
         lbm::Context source(lbm::ContextAttributes("Prices"));
         const lbm::Context target(std::move(source));
-        EXPECT_EQ(static_cast<lbm_context_t*>(source), nullptr); // NOLINT(bugprone-use-after-move): the point
+        EXPECT_EQ(static_cast<lbm_context_t*>(source),
+                  nullptr); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): the point
     }
     EXPECT_THAT(transport.calls("lbm_context_delete"), ElementsAre("lbm_context_delete(context#1)"));
 }
 
 TEST_F(Context, GivenMovedFromContext_WhenDestroyed_ThenPrintsNoName)
 {
-    lbm::Context target;
+    std::optional<lbm::Context> target;
     const auto printed = Printed([&] {
         lbm::Context source(lbm::ContextAttributes("Prices"));
-        target = std::move(source);
+        target.emplace(std::move(source));
     });
     EXPECT_EQ(printed, "Destroying LBM context=0 context_name=\n");
 }
@@ -221,6 +242,39 @@ TEST_F(Context, GivenMoveAssignment_WhenAssigned_ThenTheTargetsOldContextIsDelet
     lbm::Context target;
     target = std::move(source);
     EXPECT_THAT(transport.calls("lbm_context_delete"), ElementsAre("lbm_context_delete(context#2)"));
+}
+
+TEST_F(Context, GivenMoveAssignment_WhenAssigned_ThenTheTargetsOldContextPrintsItsLine)
+{
+    lbm::Context source;
+    lbm::Context target(lbm::ContextAttributes("Prices"));
+    const auto handle = HandleText(target);
+    EXPECT_EQ(Printed([&] { target = std::move(source); }),
+              "Destroying LBM context=" + handle + " context_name=Prices\n");
+}
+
+TEST_F(Context, GivenMoveAssignment_WhenAssigned_ThenTheTargetHasHandleAndNameOfTheSource)
+{
+    lbm::Context source(lbm::ContextAttributes("Prices"));
+    const auto handle = HandleText(source);
+    const auto printed = Printed([&] {
+        {
+            lbm::Context target;
+            target = std::move(source);
+            EXPECT_EQ(HandleText(target), handle);
+        }
+    });
+    EXPECT_THAT(printed, ::testing::EndsWith("Destroying LBM context=" + handle + " context_name=Prices\n"));
+}
+
+TEST_F(Context, GivenMoveAssignmentToItself_WhenAssigned_ThenItKeepsItsContext)
+{
+    lbm::Context context;
+    const auto handle = HandleText(context);
+    auto& same = context;
+    context = std::move(same);
+    EXPECT_EQ(HandleText(context), handle);
+    EXPECT_THAT(transport.calls("lbm_context_delete"), IsEmpty());
 }
 
 TEST_F(Context, GivenName_WhenMadeFromIt_ThenItsConfigurationIsUsedAndReleased)
@@ -266,6 +320,15 @@ TEST_F(Context, GivenOption_WhenRead_ThenItsText)
     transport.set_context_option("some_option", "value");
     const lbm::Context context;
     EXPECT_EQ(context.GetStrOpt("some_option"), "value");
+}
+
+TEST_F(Context, GivenLongestText_WhenRead_ThenWholeAndOneByteMoreIsAFailure)
+{
+    transport.set_context_option("fits", std::string(1022, 'x'));
+    transport.set_context_option("too_long", std::string(1023, 'x'));
+    const lbm::Context context;
+    EXPECT_EQ(context.GetStrOpt("fits"), std::string(1022, 'x'));
+    EXPECT_THROW(context.GetStrOpt("too_long"), lbm::LbmError);
 }
 
 TEST_F(Context, GivenUnknownOption_WhenRead_ThenThrows)

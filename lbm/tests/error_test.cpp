@@ -65,6 +65,13 @@ TEST(LbmError, GivenNoTransportFailureYet_WhenMade_ThenTextEndsInColonAndSpace)
     EXPECT_STREQ(lbm::LbmError("Failed").what(), "Failed: ");
 }
 
+TEST(LbmError, GivenNullTransportText_WhenMade_ThenTextEndsInColonAndSpace)
+{
+    LbmDouble transport;
+    transport.script_nth("lbm_context_attr_create", 1, {.errmsg = std::nullopt});
+    EXPECT_EQ(ThrownText([] { lbm::ContextAttributes attributes; }), "Failed to create LBM context attributes: ");
+}
+
 TEST(ThrowLbmError, GivenErrorsLogged_WhenCalled_ThenLogsOnceAndThrowsTheSameText)
 {
     LbmDouble transport;
@@ -78,6 +85,14 @@ TEST(ThrowLbmError, GivenErrorsLogged_WhenCalled_ThenTransportTextIsReadOnce)
 {
     LbmDouble transport;
     CapturedLog log;
+    EXPECT_THROW(lbm::details::ThrowLbmError("Failed"), lbm::LbmError);
+    EXPECT_EQ(transport.errmsg_calls(), 1);
+}
+
+TEST(ThrowLbmError, GivenErrorsNotLogged_WhenCalled_ThenTransportTextIsReadOnce)
+{
+    LbmDouble transport;
+    CapturedLog log(QXLOG_ERROR + 1);
     EXPECT_THROW(lbm::details::ThrowLbmError("Failed"), lbm::LbmError);
     EXPECT_EQ(transport.errmsg_calls(), 1);
 }
@@ -123,7 +138,9 @@ TEST(LogLbmError, GivenNullTransportText_WhenCalled_ThenTheRestIsWritten)
     LbmDouble transport;
     CapturedLog log;
     transport.script_nth("lbm_rcv_topic_attr_delete", 1, {.errmsg = std::nullopt});
-    lbm::ReceiverTopicAttributes{};
+    {
+        const lbm::ReceiverTopicAttributes undeletable;
+    }
     EXPECT_THAT(log.texts(), ElementsAre("Failed to delete LBM receiver topic attributes: "));
 }
 

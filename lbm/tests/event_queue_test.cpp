@@ -127,7 +127,8 @@ TEST_F(EventQueue, GivenMove_WhenBothDestroyed_ThenDeletedOnce)
     {
         lbm::EventQueue source(attributes);
         const lbm::EventQueue target(std::move(source));
-        EXPECT_EQ(static_cast<lbm_event_queue_t*>(source), nullptr); // NOLINT(bugprone-use-after-move): the point
+        EXPECT_EQ(static_cast<lbm_event_queue_t*>(source),
+                  nullptr); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): the point
     }
     EXPECT_THAT(transport.calls("lbm_event_queue_delete"), ElementsAre("lbm_event_queue_delete(event_queue#1)"));
 }
@@ -170,6 +171,15 @@ TEST_F(EventQueue, GivenRunningDispatch_WhenUnblocked_ThenRunReturns)
     ASSERT_EQ(run.wait_for(std::chrono::seconds(20)), std::future_status::ready);
     EXPECT_EQ(run.get(), 0);
     EXPECT_THAT(transport.calls("lbm_event_dispatch("), ElementsAre("lbm_event_dispatch(event_queue#1, 4294967295)"));
+}
+
+TEST_F(EventQueue, GivenUnblockedQueue_WhenRun_ThenReturns)
+{
+    lbm::EventQueue queue(attributes);
+    queue.Unblock();
+    auto run = std::async(std::launch::async, [&] { return queue.Run(); });
+    ASSERT_EQ(run.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    EXPECT_EQ(run.get(), 0);
 }
 
 TEST_F(EventQueue, GivenFailingDispatch_WhenRun_ThenThrows)

@@ -213,6 +213,23 @@ TEST_F(Message, GivenEmptyMessage_WhenWrittenAsText_ThenSaysSo)
     EXPECT_EQ(lbm::Message(nullptr).ToString(), "empty message");
 }
 
+TEST_F(Message, GivenMovedFromMessage_WhenWrittenAsText_ThenEmpty)
+{
+    lbm::Message source(transport.make_message());
+    const lbm::Message target(std::move(source));
+    EXPECT_EQ(source.ToString(),
+              "empty message"); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): point
+}
+
+TEST_F(Message, GivenMessage_WhenAcknowledged_ThenTheTransportsErrorIsLeftAlone)
+{
+    lbm::Message message(transport.make_message());
+    transport.set_error(LBM_EOS, "earlier");
+    EXPECT_EQ(message.SendExplicitAck(), LBM_FAILURE);
+    EXPECT_STREQ(lbm_errmsg(), "earlier");
+    EXPECT_EQ(lbm_errnum(), LBM_EOS);
+}
+
 TEST_F(Message, GivenMessage_WhenAskedForWhatTheTransportDoesNotTell_ThenConstants)
 {
     lbm::Message message(transport.make_message());

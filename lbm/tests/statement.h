@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <lbm/error.h>
+
 #include "tests/doubles/captured_log.h"
 
 namespace lbm::test {
@@ -32,16 +34,16 @@ struct KindNames {
     }
 };
 
-/// The text of the exception that `operation` throws; "nothing thrown" when there is none.
+/// The text of the LbmError that `operation` throws; "no LbmError" when it returns. Others pass through.
 template <class Operation>
 std::string ThrownText(Operation operation)
 {
     try {
         operation();
-    } catch (const std::exception& error) {
+    } catch (const lbm::LbmError& error) {
         return error.what();
     }
-    return "nothing thrown";
+    return "no LbmError";
 }
 
 } // namespace lbm::test

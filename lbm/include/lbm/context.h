@@ -10,7 +10,7 @@ namespace lbm {
 /// Owns one transport context.
 ///
 /// Errors    constructors and operations throw LbmError; a name that cannot be read only costs the name. Destruction
-///           reports nothing.
+///           reports nothing, and its line is lost when standard output refuses it.
 /// Threads   made and destroyed on the application's threads, one at a time; its operations may be called from any.
 /// Lifetime  receivers and topics made on a context must be gone before it. A moved-from context has no handle and no
 ///           name, and can only be assigned to or destroyed.
@@ -25,7 +25,8 @@ public:
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
     Context(Context&& other) noexcept = default;
-    Context& operator=(Context&& other) noexcept = default;
+    /// What the target held is destroyed as any context is, with its line on standard output.
+    Context& operator=(Context&& other) noexcept;
 
     /// Writes one line to standard output, whatever the log level: the last trace of a context in a process's output
     /// must not depend on a logger that may be gone or silent by then.
@@ -44,6 +45,7 @@ public:
 
 private:
     void ReadContextName();
+    void PrintDestruction() const noexcept;
 
     details::Handle<lbm_context_t> m_ctx;
     String m_contextName; ///< the option "context_name"; empty when it could not be read
