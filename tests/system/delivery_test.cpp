@@ -18,6 +18,7 @@ using testing::SizeIs;
 std::vector<int> ids_of(const std::vector<json>& records)
 {
     std::vector<int> ids;
+    ids.reserve(records.size());
     for (const json& record : records) {
         ids.push_back(std::stoi(record.at("id").get<std::string>()));
     }

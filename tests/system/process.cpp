@@ -34,8 +34,10 @@ std::vector<std::string> merged_environment(Environment merged)
         merged.try_emplace(text.substr(0, equals), text.substr(equals + 1));
     }
     std::vector<std::string> entries;
+    entries.reserve(merged.size());
     for (const auto& [name, value] : merged) {
-        entries.push_back(name + "=" + value);
+        entries.push_back(name);
+        entries.back().append("=").append(value);
     }
     return entries;
 }
@@ -43,6 +45,7 @@ std::vector<std::string> merged_environment(Environment merged)
 std::vector<char*> pointers(std::vector<std::string>& texts)
 {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         result.push_back(text.data());
     }
@@ -127,7 +130,7 @@ bool Process::collect(Clock::time_point deadline)
         return false;
     }
     for (std::size_t i = 0; i < fds.size(); ++i) {
-        std::array<char, 64 * 1024> buffer{};
+        std::array<char, 65'536> buffer{};
         const ssize_t count = fds[i].revents != 0 ? ::read(m_fds[i], buffer.data(), buffer.size()) : -1;
         if (count > 0) {
             m_text[i].append(buffer.data(), static_cast<std::size_t>(count));

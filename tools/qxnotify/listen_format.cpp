@@ -17,8 +17,6 @@ namespace qx::tool {
 
 namespace {
 
-using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view bold = "\x1b[1m";
