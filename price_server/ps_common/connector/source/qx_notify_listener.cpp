@@ -38,6 +38,50 @@ const char* OrNothing(const char* text) noexcept
     return text != nullptr ? text : "";
 }
 
+void LogLoss(const char* kind, const lbm::Message& msg)
+{
+    QXNOTIFY_LOG(QXLOG_WARNING) << kind << " topic=" << OrNothing(msg.TopicName())
+                                << " source=" << OrNothing(msg.Source()) << " sequence_no=" << msg.SequenceNumber();
+}
+
+void LogStream(const char* kind, const lbm::Message& msg)
+{
+    QXNOTIFY_LOG(QXLOG_DEBUG) << kind << " topic=" << OrNothing(msg.TopicName())
+                              << " source=" << OrNothing(msg.Source());
+}
+
+void LogEvent(const lbm::Message& msg)
+{
+    switch (msg.Type()) {
+    case LBM_MSG_UNRECOVERABLE_LOSS:
+        return LogLoss("LOST", msg);
+    case LBM_MSG_UNRECOVERABLE_LOSS_BURST:
+        return LogLoss("LOSS_BURST", msg);
+    case LBM_MSG_BOS:
+        return LogStream("BOS", msg);
+    case LBM_MSG_EOS:
+        return LogStream("EOS", msg);
+    case LBM_MSG_NO_SOURCE_NOTIFICATION:
+        QXNOTIFY_LOG(QXLOG_DEBUG) << "NO_SOURCE topic=" << OrNothing(msg.TopicName());
+        return;
+    default:
+        QXNOTIFY_LOG(QXLOG_INFO) << "Unsupported type=" << msg.Type();
+    }
+}
+
+/// An envelope that is not JSON stays empty, and the caller goes on with it: the first member is missing then, and that
+/// ends the process as the header says. This line is the last trace of what was wrong.
+NotificationEnvelope ParseOrWarn(const std::string& payload)
+{
+    NotificationEnvelope envelope;
+    try {
+        envelope.Parse(payload);
+    } catch (const boost::property_tree::json_parser::json_parser_error& error) {
+        QXNOTIFY_LOG(QXLOG_WARNING) << "Bad JSON format outer data. reason=" << error.message();
+    }
+    return envelope;
+}
+
 /// What product and instrument downloads differ in.
 struct ProductDownload {
     using Record = pds::ProductDownloadRecord;
@@ -67,8 +111,8 @@ struct QXNotifyListener::Notification {
 };
 
 QXNotifyListener::QXNotifyListener(QXNotifyObserver* observer)
-    : m_qxNotifyLbmContext(lbm::ContextAttributes(contextName))
-    , m_observer(observer)
+    : m_observer(observer)
+    , m_qxNotifyLbmContext(lbm::ContextAttributes(contextName))
 {
 }
 
@@ -147,32 +191,10 @@ PdsNotifyDataType QXNotifyListener::GetNotifyDataTypeFromString(const std::strin
 // By value: the message's reference is this call's own and ends with it.
 void QXNotifyListener::DoHandleNotification(lbm::Message msg) // NOLINT(performance-unnecessary-value-param): see above
 {
-    switch (msg.Type()) {
-    case LBM_MSG_UNRECOVERABLE_LOSS:
-        QXNOTIFY_LOG(QXLOG_WARNING) << "LOST topic=" << OrNothing(msg.TopicName())
-                                    << " source=" << OrNothing(msg.Source()) << " sequence_no=" << msg.SequenceNumber();
-        break;
-    case LBM_MSG_UNRECOVERABLE_LOSS_BURST:
-        QXNOTIFY_LOG(QXLOG_WARNING) << "LOSS_BURST topic=" << OrNothing(msg.TopicName())
-                                    << " source=" << OrNothing(msg.Source()) << " sequence_no=" << msg.SequenceNumber();
-        break;
-    case LBM_MSG_BOS:
-        QXNOTIFY_LOG(QXLOG_DEBUG) << "BOS topic=" << OrNothing(msg.TopicName())
-                                  << " source=" << OrNothing(msg.Source());
-        break;
-    case LBM_MSG_EOS:
-        QXNOTIFY_LOG(QXLOG_DEBUG) << "EOS topic=" << OrNothing(msg.TopicName())
-                                  << " source=" << OrNothing(msg.Source());
-        break;
-    case LBM_MSG_NO_SOURCE_NOTIFICATION:
-        QXNOTIFY_LOG(QXLOG_DEBUG) << "NO_SOURCE topic=" << OrNothing(msg.TopicName());
-        break;
-    case LBM_MSG_DATA:
+    if (msg.Type() == LBM_MSG_DATA) {
         HandleData(msg);
-        break;
-    default:
-        QXNOTIFY_LOG(QXLOG_INFO) << "Unsupported type=" << msg.Type();
-        break;
+    } else {
+        LogEvent(msg);
     }
 }
 
@@ -180,20 +202,19 @@ void QXNotifyListener::HandleData(const lbm::Message& msg)
 {
     const std::string payload(msg.Data(), msg.Length());
     QXNOTIFY_LOG(QXLOG_DEBUG) << "Outer JSON Data=" << payload;
-    NotificationEnvelope envelope;
-    try {
-        envelope.Parse(payload);
-    } catch (const boost::property_tree::json_parser::json_parser_error& error) {
-        // No return: the first member is missing now, and that ends the process as the header says. This line is the
-        // last trace of what was wrong.
-        QXNOTIFY_LOG(QXLOG_WARNING) << "Bad JSON format outer data. reason=" << error.message();
-    }
+    const NotificationEnvelope envelope = ParseOrWarn(payload);
+    HandleRecord(ReadMembers(envelope));
+}
+
+/// In the order in which a missing one is noticed.
+QXNotifyListener::Notification QXNotifyListener::ReadMembers(const NotificationEnvelope& envelope)
+{
     Notification notification{envelope};
     notification.eventType = GetNotifyEventTypeFromString(envelope.Text(envelope_key::eventType));
     notification.dataTypeText = envelope.Text(envelope_key::dataType);
     notification.dataType = GetNotifyDataTypeFromString(notification.dataTypeText);
     notification.id = envelope.Text(envelope_key::id);
-    HandleRecord(notification);
+    return notification;
 }
 
 void QXNotifyListener::HandleRecord(const Notification& notification)
@@ -205,6 +226,16 @@ void QXNotifyListener::HandleRecord(const Notification& notification)
     case pds::enums::InstrumentDownloadRecord:
         HandleDownload<InstrumentDownload>(notification);
         break;
+    default:
+        LogDropped(notification);
+        break;
+    }
+}
+
+/// Deletes, and whatever this listener has no use for.
+void QXNotifyListener::LogDropped(const Notification& notification)
+{
+    switch (notification.dataType) {
     case pds::enums::ProductDeleteRecord:
         QXNOTIFY_LOG(QXLOG_DEBUG) << "Product Delete will be ignored for product_id=" << notification.id;
         break;
@@ -229,7 +260,7 @@ void QXNotifyListener::HandleDownload(const Notification& notification)
         // The observer's exceptions come here too, and are reported as a bad record: from the listener's side a record
         // that its consumer chokes on is one.
         QXNOTIFY_LOG(QXLOG_WARNING) << Kind::name << ": Bad JSON format data_type=" << notification.dataTypeText
-                                    << Kind::idLabel << notification.id << " reason=" << error.what();
+                                    << Kind::idLabel << notification.id << " reason=" << OrNothing(error.what());
     }
 }
 

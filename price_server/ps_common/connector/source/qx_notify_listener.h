@@ -5,6 +5,8 @@
 ///            called there; this may begin before SubscribeForMarket has returned.
 /// Lifetime   The observer must outlive the listener, and what arrives after an unsubscription still reaches it: see
 ///            UnsubscribeForMarket. Callbacks hold the listener's address: it can be neither copied nor moved.
+///            Destruction deletes the subscribed markets' receivers, each when its running callback has returned, and
+///            then the context.
 /// Errors     Transport failures while setting up throw lbm::LbmError. Bad records and exceptions of the observer are
 ///            logged and the next notification is handled.
 /// Fatal      A notification without a readable envelope (not JSON at all, or without "et", "dt", "id", or, for a
@@ -59,9 +61,12 @@ public:
     }
 };
 
+class NotificationEnvelope;
+
 class QXNotifyListener {
 public:
-    /// Opens a transport context of its own, configured as "PriceEnvironmentContext". `observer` must not be null.
+    /// Opens a transport context of its own, configured as "PriceEnvironmentContext". `observer` may be null only
+    /// as long as no download record arrives.
     explicit QXNotifyListener(QXNotifyObserver* observer);
     QXNotifyListener(const QXNotifyListener&) = delete;
     QXNotifyListener& operator=(const QXNotifyListener&) = delete;
@@ -70,8 +75,9 @@ public:
     /// does nothing, also after an unsubscription and after a failure.
     void SubscribeForMarket(std::uint64_t marketId);
 
-    /// Gives up the market's receiver without ending it: it lives on and the market's records keep arriving, until the
-    /// process ends. A listener that has unsubscribed must therefore live as long as the process.
+    /// Gives up the market's receiver without ending it: it lives on and the market's records keep arriving for as long
+    /// as the listener lives. It falls silent with the listener's context. Nobody waits for its callback then: it must
+    /// not be in one while the listener is destroyed.
     void UnsubscribeForMarket(std::uint64_t marketId);
     /// The same for every market.
     void UnsubscribeAll();
@@ -87,19 +93,21 @@ public:
 private:
     struct Notification;
     void HandleData(const lbm::Message& msg);
+    Notification ReadMembers(const NotificationEnvelope& envelope);
     void HandleRecord(const Notification& notification);
+    static void LogDropped(const Notification& notification);
     template <class Kind>
     void HandleDownload(const Notification& notification);
     template <class Kind>
     void ConvertAndDeliver(const Notification& notification, const std::string& data);
 
-    // Destroyed in reverse: receivers before the context they live on, and before the converter that their callbacks
-    // use until they are gone.
+    // Destroyed in reverse: receivers before the context they live on, and the context before what their callbacks use
+    // until it is gone.
     qx::JSONProto m_jsonToProto;
+    QXNotifyObserver* m_observer;
     lbm::Context m_qxNotifyLbmContext;
     std::map<std::uint64_t, std::unique_ptr<lbm::WildcardReceiver>> m_marketUpdateReceivers; ///< null: given up
     std::set<std::uint64_t> m_subscribedMarkets;                                             ///< never shrinks
-    QXNotifyObserver* m_observer;
 };
 
 } // namespace ps_ns

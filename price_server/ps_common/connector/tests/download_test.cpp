@@ -1,5 +1,8 @@
 // Download records, product and instrument alike: every case runs on both.
+#include <exception>
 #include <stdexcept>
+
+#include <boost/uuid/string_generator.hpp>
 
 #include "price_server/ps_common/connector/tests/listener_fixture.h"
 
@@ -42,6 +45,23 @@ struct KindNames {
     {
         return T::dataType;
     }
+};
+
+/// What the UUID reader says of a text that is none.
+std::string UuidErrorOf(const std::string& text)
+{
+    try {
+        boost::uuids::string_generator()(text);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "is a UUID";
+}
+
+/// An exception without words.
+class Speechless : public std::exception {
+public:
+    const char* what() const noexcept override { return nullptr; }
 };
 
 template <class Kind>
@@ -152,7 +172,7 @@ TYPED_TEST(Download, GivenRecordAsNestedObject_WhenHandled_ThenItsTextIsEmptyAnd
 TYPED_TEST(Download, GivenMalformedUuid_WhenHandled_ThenReportedAsBadJson)
 {
     this->HandleData(this->Payload(R"({"uuid":"no uuid"})"));
-    EXPECT_THAT(this->log.texts(QXLOG_WARNING), ElementsAre(this->BadJson("invalid uuid string")));
+    EXPECT_THAT(this->log.texts(QXLOG_WARNING), ElementsAre(this->BadJson(UuidErrorOf("no uuid"))));
 }
 
 TYPED_TEST(Download, GivenScalarForRepeatedField_WhenHandled_ThenReportedAsBadJson)
@@ -166,6 +186,30 @@ TYPED_TEST(Download, GivenObserverThatThrows_WhenHandled_ThenReportedAsBadJsonAn
     TypeParam::expect(this->observer, _).WillOnce(::testing::Throw(std::runtime_error("x")));
     EXPECT_NO_THROW(this->HandleData(this->Payload(R"({"symbol":"FGBL"})")));
     EXPECT_THAT(this->log.statements().back(), Line(QXLOG_WARNING, this->BadJson("x")));
+}
+
+TYPED_TEST(Download, GivenObserverThatThrows_WhenTheNextArrives_ThenItReachesTheObserver)
+{
+    TypeParam::expect(this->observer, _).WillOnce(::testing::Throw(std::runtime_error("x"))).WillOnce([] {});
+    this->HandleData(this->Payload(R"({"symbol":"A"})"));
+    this->HandleData(this->Payload(R"({"symbol":"B"})"));
+}
+
+TYPED_TEST(Download, GivenExceptionWithoutText_WhenHandled_ThenTheReasonIsEmptyAndTheThreadsLogStillWorks)
+{
+    TypeParam::expect(this->observer, _).WillOnce(::testing::Throw(Speechless()));
+    this->HandleData(this->Payload(R"({"symbol":"A"})"));
+    EXPECT_EQ(this->log.texts().back(), this->BadJson(""));
+    this->Handle({.type = 3});
+    EXPECT_EQ(this->log.texts().back(), "QXNOTIFY | Unsupported type=3");
+}
+
+TYPED_TEST(Download, GivenRecord_WhenHandled_ThenItLivesOnNoArena)
+{
+    TypeParam::expect(this->observer, _).WillOnce([](PdsNotifyEventType, auto& record) {
+        EXPECT_EQ(record.GetArena(), nullptr);
+    });
+    this->HandleData(this->Payload(R"({"symbol":"FGBL"})"));
 }
 
 TYPED_TEST(Download, GivenBadRecord_WhenTheNextIsGood_ThenItReachesTheObserver)

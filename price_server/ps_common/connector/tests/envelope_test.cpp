@@ -91,6 +91,13 @@ TEST(NotificationEnvelope, GivenBrokenJson_WhenParsed_ThenThrowsAndKeepsNoMember
     EXPECT_THROW(envelope.Text("et"), ptree_bad_path);
 }
 
+TEST(NotificationEnvelope, GivenParsedEnvelope_WhenAnotherParseFails_ThenItsMembersAreAsBefore)
+{
+    auto envelope = Parsed(R"({"et":"Update"})");
+    EXPECT_THROW(envelope.Parse(R"({"et":"Delete",)"), json_parser_error);
+    EXPECT_EQ(envelope.Text("et"), "Update");
+}
+
 TEST(NotificationEnvelope, GivenBareScalar_WhenRead_ThenItHasNoMembers)
 {
     EXPECT_THROW(Parsed("17").Text("et"), ptree_bad_path);

@@ -1,16 +1,32 @@
 // Notifications that end the process: what leaves the listener, and that nothing on the way catches it.
-#include <boost/property_tree/ptree.hpp>
+#include <sstream>
+
+#include <boost/property_tree/json_parser.hpp>
 
 #include "price_server/ps_common/connector/tests/listener_fixture.h"
 
 using namespace qx::logging;
 using boost::property_tree::ptree_bad_path;
+using boost::property_tree::json_parser::json_parser_error;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace ps_ns::test {
 namespace {
+
+/// What the reader says of a payload that is not JSON.
+json_parser_error ReaderErrorOf(const std::string& payload)
+{
+    std::istringstream stream(payload);
+    boost::property_tree::ptree tree;
+    try {
+        boost::property_tree::read_json(stream, tree);
+    } catch (const json_parser_error& error) {
+        return error;
+    }
+    return {"is JSON", "", 0};
+}
 
 class FatalNotification : public ListenerTest {
 protected:
@@ -23,6 +39,16 @@ protected:
             return error.path<boost::property_tree::ptree::path_type>().dump();
         }
         return "nothing missed";
+    }
+
+    /// The observer's int leaves the transport's callback unlogged, and no reference is left behind.
+    void ExpectIntThroughTransport(const std::string& dataType)
+    {
+        listener.SubscribeForMarket(7);
+        lbm_msg_t* msg = transport.make_message({.payload = Envelope("Update", dataType, "1", R"({"symbol":"X"})")});
+        EXPECT_THROW(transport.deliver(PatternOf("7"), msg), int);
+        EXPECT_EQ(transport.refcount(msg), 0);
+        EXPECT_THAT(log.texts(QXLOG_WARNING), IsEmpty());
     }
 };
 
@@ -37,9 +63,18 @@ TEST_F(FatalNotification, GivenPayloadThatIsNotJson_WhenHandled_ThenWarnedAndThe
 
 TEST_F(FatalNotification, GivenPayloadThatIsNotJson_WhenHandled_ThenTheReasonIsTheBareMessage)
 {
+    const auto error = ReaderErrorOf("x");
+    EXPECT_NE(error.message(), error.what());
     EXPECT_THROW(HandleData("x"), ptree_bad_path);
     EXPECT_THAT(log.statements().back(),
-                Line(QXLOG_WARNING, "QXNOTIFY | Bad JSON format outer data. reason=expected value"));
+                Line(QXLOG_WARNING, "QXNOTIFY | Bad JSON format outer data. reason=" + error.message()));
+}
+
+TEST_F(FatalNotification, GivenPayloadWithNul_WhenHandled_ThenLoggedWholeAndNotJson)
+{
+    const std::string payload("{\0}", 3);
+    EXPECT_EQ(MissedPath(payload), "et");
+    EXPECT_EQ(log.texts().front(), "QXNOTIFY | Outer JSON Data=" + payload);
 }
 
 TEST_F(FatalNotification, GivenBrokenJsonWithAllMembers_WhenHandled_ThenNoneOfThemIsUsed)
@@ -92,11 +127,16 @@ TEST_F(FatalNotification, GivenNoEnvelope_WhenDelivered_ThenTheExceptionReachesT
     EXPECT_EQ(transport.refcount(msg), 0);
 }
 
-TEST_F(FatalNotification, GivenObserverThrowingNoStdException_WhenDelivered_ThenItReachesTheTransport)
+TEST_F(FatalNotification, GivenObserverThrowingNoStdExceptionOnAProduct_WhenDelivered_ThenItReachesTheTransport)
 {
     EXPECT_CALL(observer, OnProductDownloadRecord).WillOnce(::testing::Throw(42));
-    EXPECT_THROW(HandleData(Envelope("Update", "ProductDownloadRecord", "1", R"({"symbol":"X"})")), int);
-    EXPECT_THAT(log.texts(QXLOG_WARNING), IsEmpty());
+    ExpectIntThroughTransport("ProductDownloadRecord");
+}
+
+TEST_F(FatalNotification, GivenObserverThrowingNoStdExceptionOnAnInstrument_WhenDelivered_ThenItReachesTheTransport)
+{
+    EXPECT_CALL(observer, OnInstrumentDownloadRecord).WillOnce(::testing::Throw(42));
+    ExpectIntThroughTransport("InstrumentDownloadRecord");
 }
 
 } // namespace ps_ns::test

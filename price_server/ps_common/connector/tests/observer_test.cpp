@@ -1,3 +1,5 @@
+#include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -24,6 +26,32 @@ static_assert(
 static_assert(!std::is_polymorphic_v<ps_ns::QXNotifyListener>);
 static_assert(!std::is_copy_constructible_v<ps_ns::QXNotifyListener>);
 static_assert(!std::is_move_constructible_v<ps_ns::QXNotifyListener>);
+
+namespace {
+
+/// Which entry of the virtual table a member function has, as the platform's C++ ABI encodes it: byte offset plus one.
+template <class Member>
+std::ptrdiff_t SlotOf(Member member)
+{
+    struct {
+        std::ptrdiff_t function;
+        std::ptrdiff_t adjustment;
+    } encoded{};
+    static_assert(sizeof encoded == sizeof member);
+    std::memcpy(&encoded, &member, sizeof encoded);
+    return (encoded.function - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+} // namespace
+
+// Observers compiled long ago are called by their slots: the destructor has the first two.
+TEST(QXNotifyObserver, GivenVirtualTable_WhenItsSlotsAreRead_ThenTheOrderIsTheEstablishedOne)
+{
+    EXPECT_EQ(SlotOf(&QXNotifyObserver::OnInstrumentDeleteRecord), 2);
+    EXPECT_EQ(SlotOf(&QXNotifyObserver::OnInstrumentDownloadRecord), 3);
+    EXPECT_EQ(SlotOf(&QXNotifyObserver::OnProductDeleteRecord), 4);
+    EXPECT_EQ(SlotOf(&QXNotifyObserver::OnProductDownloadRecord), 5);
+}
 
 TEST(QXNotifyObserver, GivenNothingOverridden_WhenCalled_ThenTheRecordsAreLeftAlone)
 {

@@ -1,6 +1,8 @@
+#include "lbm/tests/statement.h"
 #include "price_server/ps_common/connector/tests/listener_fixture.h"
 
 using namespace qx::logging;
+using lbm::test::ThrownText;
 using qx::test::Calls;
 using qx::test::CapturedLog;
 using qx::test::LbmDouble;
@@ -9,18 +11,6 @@ using ::testing::IsEmpty;
 
 namespace ps_ns::test {
 namespace {
-
-/// The text of what `operation` throws.
-template <class Operation>
-std::string ThrownText(Operation operation)
-{
-    try {
-        operation();
-    } catch (const lbm::LbmError& error) {
-        return error.what();
-    }
-    return "no LbmError";
-}
 
 class Subscription : public ListenerTest {
 protected:
@@ -35,11 +25,19 @@ protected:
         }
         return lines;
     }
+};
 
-    void ExpectFailedSubscription(const std::string& function, const std::string& text)
+struct FailingCall {
+    std::string function;
+    std::string text;
+};
+
+class FailedSubscription : public Subscription, public ::testing::WithParamInterface<FailingCall> {
+protected:
+    void Fail()
     {
-        transport.fail_next(function);
-        EXPECT_EQ(ThrownText([&] { listener.SubscribeForMarket(7); }), text + ": scripted");
+        transport.fail_next(GetParam().function);
+        EXPECT_EQ(ThrownText([&] { listener.SubscribeForMarket(7); }), GetParam().text + ": scripted");
         EXPECT_THAT(ListenerLines(), ElementsAre("QXNOTIFY | Subscribing for market_id=7",
                                                  "QXNOTIFY | Listening on topic=" + PatternOf("7")));
         EXPECT_EQ(transport.receivers(PatternOf("7")), 0);
@@ -85,6 +83,18 @@ TEST(Listener, GivenFailingAttributeDeletion_WhenMade_ThenOnlyLogged)
     transport.fail_next("lbm_context_attr_delete");
     EXPECT_NO_THROW({ const QXNotifyListener listener(&observer); });
     EXPECT_THAT(log.texts(QXLOG_ERROR), ElementsAre("Failed to delete LBM context attributes: scripted"));
+}
+
+TEST(Listener, GivenNoObserver_WhenOnlyEventsAndDroppedNotificationsArrive_ThenItIsNotMissed)
+{
+    LbmDouble transport;
+    const CapturedLog log;
+    QXNotifyListener listener(nullptr);
+    listener.DoHandleNotification(transport.make_message({.type = LBM_MSG_BOS}));
+    for (const char* dataType : {"ProductDeleteRecord", "InstrumentDeleteRecord", "ProductUploadRecord"}) {
+        listener.DoHandleNotification(transport.make_message({.payload = Envelope("Delete", dataType, "1")}));
+    }
+    EXPECT_EQ(log.texts().back(), "QXNOTIFY | Unsupported data_type=ProductUploadRecord security_id=1");
 }
 
 TEST(Listener, GivenSubscriptions_WhenDestroyed_ThenReceiversGoBeforeTheContext)
@@ -146,27 +156,15 @@ TEST_F(Subscription, GivenTwoMarkets_WhenSubscribed_ThenEachHasItsReceiver)
     EXPECT_EQ(transport.receivers(PatternOf("1")) + transport.receivers(PatternOf("2")), 2);
 }
 
-TEST_F(Subscription, GivenFailingTopicAttributes_WhenSubscribed_ThenThrowsAfterBothLines)
+TEST_P(FailedSubscription, GivenFailingCall_WhenSubscribed_ThenThrowsAfterBothLinesAndReleasesWhatWasMade)
 {
-    ExpectFailedSubscription("lbm_rcv_topic_attr_create", "Failed to create LBM receiver topic attributes");
+    Fail();
     EXPECT_THAT(transport.leaks(), ElementsAre("context#1"));
 }
 
-TEST_F(Subscription, GivenFailingWildcardAttributes_WhenSubscribed_ThenThrowsAndReleasesTheOthers)
+TEST_P(FailedSubscription, GivenFailedMarket_WhenSubscribedAgain_ThenSilentlyIgnored)
 {
-    ExpectFailedSubscription("lbm_wildcard_rcv_attr_create", "Failed to create LBM wildcard receiver attributes");
-    EXPECT_THAT(transport.leaks(), ElementsAre("context#1"));
-}
-
-TEST_F(Subscription, GivenFailingReceiver_WhenSubscribed_ThenThrowsAndReleasesBothAttributes)
-{
-    ExpectFailedSubscription("lbm_wildcard_rcv_create", "Failed to create LBM receiver");
-    EXPECT_THAT(transport.leaks(), ElementsAre("context#1"));
-}
-
-TEST_F(Subscription, GivenFailedMarket_WhenSubscribedAgain_ThenSilentlyIgnored)
-{
-    ExpectFailedSubscription("lbm_wildcard_rcv_create", "Failed to create LBM receiver");
+    Fail();
     log.clear();
     transport.clear_calls();
     listener.SubscribeForMarket(7);
@@ -174,13 +172,27 @@ TEST_F(Subscription, GivenFailedMarket_WhenSubscribedAgain_ThenSilentlyIgnored)
     EXPECT_THAT(transport.calls(), IsEmpty());
 }
 
-TEST_F(Subscription, GivenFailedMarket_WhenUnsubscribed_ThenThereIsNoReceiver)
+TEST_P(FailedSubscription, GivenFailedMarket_WhenUnsubscribed_ThenThereIsNoReceiver)
 {
-    ExpectFailedSubscription("lbm_wildcard_rcv_create", "Failed to create LBM receiver");
+    Fail();
     log.clear();
     listener.UnsubscribeForMarket(7);
     EXPECT_THAT(log.texts(), ElementsAre("QXNOTIFY | QXNotify receiver does not exist for market: 7"));
 }
+
+TEST_P(FailedSubscription, GivenOnlyAFailedMarket_WhenAllAreUnsubscribed_ThenNothingIsWritten)
+{
+    Fail();
+    log.clear();
+    listener.UnsubscribeAll();
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, FailedSubscription,
+    ::testing::Values(FailingCall{"lbm_rcv_topic_attr_create", "Failed to create LBM receiver topic attributes"},
+                      FailingCall{"lbm_wildcard_rcv_attr_create", "Failed to create LBM wildcard receiver attributes"},
+                      FailingCall{"lbm_wildcard_rcv_create", "Failed to create LBM receiver"}));
 
 TEST_F(Subscription, GivenFailingAttributeDeletions_WhenSubscribed_ThenOnlyLogged)
 {

@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -20,6 +21,16 @@ static_assert(enums::PdsNotifyDataType_MIN == 1 && enums::PdsNotifyDataType_MAX 
               enums::PdsNotifyDataType_ARRAYSIZE == 12);
 
 namespace ps_ns::test {
+
+static_assert(std::is_same_v<std::underlying_type_t<PdsNotifyEventType>, std::int32_t> &&
+              std::is_convertible_v<PdsNotifyEventType, int>);
+static_assert(std::is_same_v<std::underlying_type_t<PdsNotifyDataType>, std::int32_t> &&
+              std::is_convertible_v<PdsNotifyDataType, int>);
+static_assert(std::is_same_v<decltype(&QXNotifyListener::GetNotifyEventTypeFromString),
+                             PdsNotifyEventType (QXNotifyListener::*)(const std::string&)>);
+static_assert(std::is_same_v<decltype(&QXNotifyListener::GetNotifyDataTypeFromString),
+                             PdsNotifyDataType (QXNotifyListener::*)(const std::string&)>);
+
 namespace {
 
 using Expected = std::pair<std::string, int>;
