@@ -127,8 +127,9 @@ TEST_F(EventQueue, GivenMove_WhenBothDestroyed_ThenDeletedOnce)
     {
         lbm::EventQueue source(attributes);
         const lbm::EventQueue target(std::move(source));
-        EXPECT_EQ(static_cast<lbm_event_queue_t*>(source),
-                  nullptr); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): the point
+        const lbm_event_queue_t* left =
+            source; // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): the point
+        EXPECT_EQ(left, nullptr);
     }
     EXPECT_THAT(transport.calls("lbm_event_queue_delete"), ElementsAre("lbm_event_queue_delete(event_queue#1)"));
 }

@@ -217,8 +217,8 @@ TEST_F(Message, GivenMovedFromMessage_WhenWrittenAsText_ThenEmpty)
 {
     lbm::Message source(transport.make_message());
     const lbm::Message target(std::move(source));
-    EXPECT_EQ(source.ToString(),
-              "empty message"); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): point
+    const auto text = source.ToString(); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): the point
+    EXPECT_EQ(text, "empty message");
 }
 
 TEST_F(Message, GivenMessage_WhenAcknowledged_ThenTheTransportsErrorIsLeftAlone)
