@@ -46,7 +46,8 @@ int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms)
 {
     return guarded("lbm_context_process_events", "", [&] {
         require(ctx, "ctx");
-        ctx->context->process_events(timeout_ms);
+        const std::shared_ptr<Context> context = ctx->context; // another thread may delete the handle meanwhile
+        context->process_events(timeout_ms);
     });
 }
 

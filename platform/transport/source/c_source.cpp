@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "attributes.h"
 #include "error.h"
@@ -36,6 +37,14 @@ void check_send(const char* data, size_t length, int flags)
     }
 }
 
+void watch(lbm_src& handle, Context& context, SourceWatch::Callback callback, std::shared_ptr<EventQueue> queue)
+{
+    if (callback.proc != nullptr) {
+        handle.watch = std::make_shared<SourceWatch>(handle.source, callback, std::move(queue));
+        context.subscriber().watch(handle.watch);
+    }
+}
+
 } // namespace
 
 int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* name, const lbm_src_topic_attr_t* attr)
@@ -59,11 +68,13 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
         require_topic_of(topic, *ctx->context);
         auto handle = std::make_unique<lbm_src>(lbm_src{nullptr, nullptr, ctx->context});
         handle->source = ctx->context->publisher().open(topic->name);
-        *src = handle.get();
-        if (proc != nullptr) {
-            handle->watch = std::make_shared<SourceWatch>(
-                handle->source, SourceWatch::Callback{proc, clientd, handle.get()}, queue_of(evq));
-            ctx->context->subscriber().watch(handle->watch);
+        lbm_src_t* const before = std::exchange(*src, handle.get()); // set before the first event can come
+        try {
+            watch(*handle, *ctx->context, {proc, clientd, handle.get()}, queue_of(evq));
+        } catch (...) {
+            *src = before;
+            ctx->context->publisher().close_source(*handle->source, {Clock::now()});
+            throw;
         }
         static_cast<void>(handle.release());
     });

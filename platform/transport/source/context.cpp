@@ -1,7 +1,10 @@
 #include "context.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
+
+#include "deadline.h"
 
 namespace qx::transport {
 namespace {
@@ -32,6 +35,11 @@ Context::~Context()
 
 void Context::close()
 {
+    {
+        const std::lock_guard lock{mutex_};
+        closed_ = true;
+    }
+    unblocked_.notify_all();
     const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
     subscriber_.close();
     publisher_.close(Clock::now() + patience);
@@ -40,20 +48,24 @@ void Context::close()
 lbm_topic* Context::make_topic(const char* name, Options options)
 {
     const std::lock_guard lock{mutex_};
-    topics_.push_back(std::make_unique<lbm_topic>(lbm_topic{name, std::move(options), this}));
-    return topics_.back().get();
+    const auto [first, last] = topics_.equal_range(name);
+    const auto known = std::find_if(first, last, [&](const auto& t) { return t.second->options == options; });
+    if (known != last) {
+        return known->second.get();
+    }
+    return topics_.emplace(name, std::make_unique<lbm_topic>(lbm_topic{name, std::move(options), this}))->second.get();
 }
 
 void Context::process_events(unsigned long timeout_ms)
 {
     std::unique_lock lock{mutex_};
-    const auto unblocked = [this] { return unblocks_ > 0; };
-    if (timeout_ms == LBM_EVENT_QUEUE_BLOCK) {
+    const auto unblocked = [this] { return closed_ || unblocks_ > 0; };
+    if (const auto deadline = deadline_after(timeout_ms)) {
+        unblocked_.wait_until(lock, *deadline, unblocked);
+    } else {
         unblocked_.wait(lock, unblocked);
-    } else if (!unblocked_.wait_for(lock, std::chrono::milliseconds{timeout_ms}, unblocked)) {
-        return;
     }
-    --unblocks_;
+    unblocks_ -= unblocks_ > 0 ? 1 : 0;
 }
 
 void Context::unblock()

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <condition_variable>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -31,10 +30,10 @@ public:
     Publisher& publisher() noexcept { return publisher_; }
     Subscriber& subscriber() noexcept { return subscriber_; }
 
-    /// A topic of the context; it lives as long as the context's handle.
+    /// A topic of the context, the same for the same name and options; it lives as long as the context.
     lbm_topic* make_topic(const char* name, Options options);
 
-    /// Waits until unblocked or the time is over.
+    /// Waits until unblocked, closed or the time is over.
     void process_events(unsigned long timeout_ms);
     void unblock();
 
@@ -50,8 +49,9 @@ private:
     Subscriber subscriber_;
     std::mutex mutex_;
     std::condition_variable unblocked_;
-    std::list<std::unique_ptr<lbm_topic>> topics_;
+    std::multimap<std::string, std::unique_ptr<lbm_topic>> topics_; ///< by name; they differ in their options
     std::size_t unblocks_ = 0;
+    bool closed_ = false;
 };
 
 } // namespace qx::transport

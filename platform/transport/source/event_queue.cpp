@@ -1,7 +1,9 @@
 #include "event_queue.h"
 
+#include <algorithm>
 #include <chrono>
 
+#include "deadline.h"
 #include "error.h"
 #include "receiver.h"
 
@@ -16,17 +18,15 @@ int EventQueue::dispatch(unsigned long timeout_ms)
     if (timeout_ms == LBM_EVENT_QUEUE_POLL) {
         return dispatch_present();
     }
-    if (timeout_ms == LBM_EVENT_QUEUE_BLOCK) {
-        return dispatch_until(std::nullopt);
-    }
-    return dispatch_until(std::chrono::steady_clock::now() + std::chrono::milliseconds{timeout_ms});
+    return dispatch_until(deadline_after(timeout_ms));
 }
 
 int EventQueue::dispatch_present()
 {
     int count = 0;
     Delivery delivery;
-    for (std::size_t present = mailbox_.size(); present > 0; --present) {
+    // At least one look, so that an unblock ends this dispatch and not a later one.
+    for (std::size_t present = std::max<std::size_t>(mailbox_.size(), 1); present > 0; --present) {
         if (mailbox_.take(delivery, std::chrono::steady_clock::time_point{}) != Mailbox::Taken::item) {
             break;
         }

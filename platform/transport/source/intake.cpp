@@ -221,14 +221,13 @@ void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId r
 
 void Intake::begun(const SourcePtr& source, std::uint32_t next)
 {
-    source->arrived = next;
+    source->arrivals.begin(next);
     out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next), 0, 0, nullptr});
 }
 
 void Intake::data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload)
 {
-    source->arrived = sequence + 1;
-    if (source->wanted) {
+    if (source->arrivals.arrive(sequence + 1)) {
         out_.post({Delivery::What::data, nullptr, source, Message::make(source, LBM_MSG_DATA, sequence, payload), 0, 0,
                    nullptr});
     }
@@ -236,8 +235,7 @@ void Intake::data(const SourcePtr& source, std::uint32_t sequence, std::string_v
 
 void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last)
 {
-    source->arrived = last + 1;
-    if (source->wanted) {
+    if (source->arrivals.arrive(last + 1)) {
         out_.post_loss(nullptr, source, first, last);
     }
 }

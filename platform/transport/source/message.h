@@ -4,12 +4,14 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <lbm/lbm.h>
 
+#include "arrivals.h"
 #include "ids.h"
 
 namespace qx::transport {
@@ -28,16 +30,14 @@ struct RemoteSource {
     const std::string topic;
     const std::string text;
 
-    /// False once the routing has found that no receiver matches: its data is then not queued. True until it has
-    /// looked.
-    std::atomic<bool> wanted{true};
+    /// What nobody wants is not queued. Messages that have arrived may still wait in the queue.
+    Arrivals arrivals;
 
-    /// The number that comes next as far as messages have arrived; those before it may still wait in the queue.
-    std::atomic<std::uint32_t> arrived{0};
-
-    /// The routing's own, see router.h: whom its messages go to, and the number that comes next after what was routed.
+    /// The routing's own, see router.h: whom its messages go to, the number that comes next after what was routed, and
+    /// the one before which messages that still wait are for nobody.
     std::vector<std::shared_ptr<Receiver>> targets;
     std::uint32_t routed = 0;
+    std::optional<std::uint32_t> begin_at;
 };
 using SourcePtr = std::shared_ptr<RemoteSource>;
 

@@ -53,6 +53,8 @@ public:
     {
     }
 
+    bool operator==(const Options&) const = default;
+
     Scope scope() const noexcept { return scope_; }
 
     void set_text(std::string_view name, std::string_view value);

@@ -5,6 +5,17 @@
 #include "source_watch.h"
 
 namespace qx::transport {
+namespace {
+
+/// What nobody wanted was never queued: the first receiver begins with what arrives from now on.
+void start_at_arrivals(RemoteSource& source)
+{
+    const Arrivals::Seen seen = source.arrivals.want();
+    source.routed = seen.next;
+    source.begin_at = seen.any ? std::optional{seen.next} : std::nullopt;
+}
+
+} // namespace
 
 void Router::handle(Delivery& delivery)
 {
@@ -13,12 +24,10 @@ void Router::handle(Delivery& delivery)
         begin(delivery);
         break;
     case Delivery::What::data:
-        delivery.source->routed = delivery.message->sequence_number + 1;
-        pass(delivery);
+        forward(delivery, delivery.message->sequence_number + 1);
         break;
     case Delivery::What::loss:
-        delivery.source->routed = delivery.last + 1;
-        pass(delivery);
+        forward(delivery, delivery.last + 1);
         break;
     case Delivery::What::end:
         pass(delivery);
@@ -45,9 +54,26 @@ void Router::begin(Delivery& delivery)
             source.targets.push_back(receiver);
         }
     }
-    source.wanted = !source.targets.empty();
+    if (source.targets.empty()) {
+        source.arrivals.unwant();
+    }
     source.routed = delivery.message->sequence_number;
     sources_.insert(delivery.source);
+    pass(delivery);
+}
+
+/// `next` is the number that follows the data or loss.
+void Router::forward(Delivery& delivery, std::uint32_t next)
+{
+    RemoteSource& source = *delivery.source;
+    if (source.begin_at) {
+        // It was queued for receivers that are gone, and what followed it may not have been: a hole without a loss.
+        if (static_cast<std::int32_t>(next - *source.begin_at) <= 0) {
+            return;
+        }
+        source.begin_at.reset();
+    }
+    source.routed = next;
     pass(delivery);
 }
 
@@ -66,13 +92,14 @@ void Router::attach(const std::shared_ptr<Receiver>& receiver)
 {
     receivers_.push_back(receiver);
     for (const SourcePtr& source : sources_) {
-        if (receiver->matches(source->topic)) {
-            // What nobody wanted was never queued, so then the number to begin with is that of the arrivals.
-            const std::uint32_t next = source->targets.empty() ? source->arrived.load() : source->routed;
-            source->targets.push_back(receiver);
-            source->wanted = true;
-            receiver->deliver(Delivery::What::begin, source, *Message::make(source, LBM_MSG_BOS, next));
+        if (!receiver->matches(source->topic)) {
+            continue;
         }
+        if (source->targets.empty()) {
+            start_at_arrivals(*source);
+        }
+        source->targets.push_back(receiver);
+        receiver->deliver(Delivery::What::begin, source, *Message::make(source, LBM_MSG_BOS, source->routed));
     }
 }
 
@@ -81,7 +108,9 @@ void Router::detach(const std::shared_ptr<Receiver>& receiver)
     std::erase(receivers_, receiver);
     for (const SourcePtr& source : sources_) {
         std::erase(source->targets, receiver);
-        source->wanted = !source->targets.empty();
+        if (source->targets.empty()) {
+            source->arrivals.unwant();
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 /// Who gets which source: patterns are matched once per source and receiver, then messages follow the result.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <unordered_set>
 #include <vector>
@@ -20,6 +21,7 @@ private:
     void begin(Delivery& delivery);
     void attach(const std::shared_ptr<Receiver>& receiver);
     void detach(const std::shared_ptr<Receiver>& receiver);
+    static void forward(Delivery& delivery, std::uint32_t next);
     static void pass(Delivery& delivery);
 
     std::vector<std::shared_ptr<Receiver>> receivers_;

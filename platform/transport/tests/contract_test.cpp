@@ -1,5 +1,5 @@
-/// What <lbm/lbm.h> promises about its functions, whoever implements them: arguments, results and error texts, and
-/// messages and queues as far as they need no other party. Nothing here waits for a message to arrive.
+/// What <lbm/lbm.h> promises and every implementation keeps, test doubles included: results, error texts, options and
+/// queues. It uses nothing but that header, and nothing here waits for a message.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,11 +15,6 @@ using namespace testing;
 
 namespace {
 
-int ignore_message(lbm_rcv_t*, lbm_msg_t*, void*)
-{
-    return 0;
-}
-
 TEST(Contract, GivenNullHandles_WhenDeleted_ThenEachCallFailsWithEinval)
 {
     EXPECT_EQ(lbm_context_delete(nullptr), LBM_FAILURE);
@@ -27,10 +22,8 @@ TEST(Contract, GivenNullHandles_WhenDeleted_ThenEachCallFailsWithEinval)
     EXPECT_EQ(lbm_rcv_delete(nullptr), LBM_FAILURE);
     EXPECT_EQ(lbm_wildcard_rcv_delete(nullptr), LBM_FAILURE);
     EXPECT_EQ(lbm_src_delete(nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_event_queue_shutdown(nullptr), LBM_FAILURE);
     EXPECT_EQ(lbm_event_queue_delete(nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_msg_retain(nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_msg_delete(nullptr), LBM_FAILURE);
+    EXPECT_EQ(lbm_context_attr_delete(nullptr), LBM_FAILURE);
     EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
 }
 
@@ -85,78 +78,6 @@ TEST(Contract, GivenAnUnnamedContext_WhenItsNameIsAsked_ThenItIsEmpty)
     EXPECT_EQ(length, 0U);
 }
 
-TEST(Contract, GivenAContext_WhenAnUnknownOptionIsAsked_ThenTheCallFailsAndNamesIt)
-{
-    const auto ctx = test::make_context();
-    std::array<char, 16> buffer{};
-    std::size_t length = buffer.size();
-    EXPECT_EQ(lbm_context_str_getopt(ctx.get(), "no_such_option", buffer.data(), &length), LBM_FAILURE);
-    EXPECT_THAT(lbm_errmsg(), HasSubstr("no_such_option"));
-}
-
-TEST(Contract, GivenTopicNames_WhenLookedUp_ThenOnlyThoseOfOneTo246BytesWithoutControlCharactersAreAccepted)
-{
-    const auto ctx = test::make_context();
-    lbm_topic_t* topic = nullptr;
-    EXPECT_EQ(lbm_rcv_topic_lookup(&topic, ctx.get(), std::string(246, 'x').c_str(), nullptr), LBM_OK);
-    EXPECT_EQ(lbm_rcv_topic_lookup(&topic, ctx.get(), std::string(247, 'x').c_str(), nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_rcv_topic_lookup(&topic, ctx.get(), "", nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_src_topic_alloc(&topic, ctx.get(), "A\tB", nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_src_topic_alloc(&topic, ctx.get(), nullptr, nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-}
-
-TEST(Contract, GivenABadPattern_WhenAWildcardReceiverIsMade_ThenTheCallFailsAndLeavesTheHandleAlone)
-{
-    const auto ctx = test::make_context();
-    lbm_wildcard_rcv_t* rcv = nullptr;
-    EXPECT_EQ(lbm_wildcard_rcv_create(&rcv, ctx.get(), "a(b", nullptr, nullptr, &ignore_message, nullptr, nullptr),
-              LBM_FAILURE);
-    EXPECT_EQ(rcv, nullptr);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_THAT(lbm_errmsg(), HasSubstr("a(b"));
-}
-
-TEST(Contract, GivenATopicOfAnotherContext_WhenAReceiverIsMade_ThenTheCallFails)
-{
-    const auto one = test::make_context();
-    const auto two = test::make_context();
-    lbm_topic_t* topic = nullptr;
-    ASSERT_EQ(lbm_rcv_topic_lookup(&topic, one.get(), "T", nullptr), LBM_OK);
-    lbm_rcv_t* rcv = nullptr;
-    EXPECT_EQ(lbm_rcv_create(&rcv, two.get(), topic, &ignore_message, nullptr, nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-}
-
-TEST(Contract, GivenNoCallback_WhenAReceiverIsMade_ThenTheCallFails)
-{
-    const auto ctx = test::make_context();
-    lbm_topic_t* topic = nullptr;
-    ASSERT_EQ(lbm_rcv_topic_lookup(&topic, ctx.get(), "T", nullptr), LBM_OK);
-    lbm_rcv_t* rcv = nullptr;
-    EXPECT_EQ(lbm_rcv_create(&rcv, ctx.get(), topic, nullptr, nullptr, nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-}
-
-TEST(Contract, GivenASource_WhenSendingWithBadArguments_ThenEachCallFailsWithEinval)
-{
-    const auto ctx = test::make_context();
-    const auto source = test::make_source(ctx, "T");
-    EXPECT_EQ(lbm_src_send(source.get(), nullptr, 1, 0), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_EQ(lbm_src_send(source.get(), "x", 1, LBM_SRC_BLOCK | LBM_SRC_NONBLOCK), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_EQ(lbm_src_send(nullptr, "x", 1, 0), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_EQ(lbm_src_send(source.get(), nullptr, 0, 0), LBM_OK);
-}
-
-TEST(Contract, GivenNoResponseHandle_WhenAResponseIsSent_ThenTheCallFailsAndIsNoWouldBlock)
-{
-    EXPECT_EQ(lbm_send_response(nullptr, "x", 1, LBM_MSG_FLUSH | LBM_SRC_NONBLOCK), LBM_FAILURE);
-    EXPECT_NE(lbm_errnum(), LBM_EWOULDBLOCK);
-}
-
 TEST(Contract, GivenAContext_WhenUnblocked_ThenProcessEventsReturns)
 {
     const auto ctx = test::make_context();
@@ -171,6 +92,30 @@ TEST(Contract, GivenAQueueThatWasShutDown_WhenShutDownAgainAndDeleted_ThenBothSu
     EXPECT_EQ(lbm_event_queue_shutdown(queue.get()), LBM_OK);
     EXPECT_EQ(lbm_event_queue_shutdown(queue.get()), LBM_OK);
     EXPECT_EQ(lbm_event_queue_delete(queue.release()), LBM_OK);
+}
+
+TEST(Contract, GivenAQueueThatWasUnblocked_WhenDispatchedWithoutLimit_ThenItReturnsNone)
+{
+    const auto queue = test::make_queue();
+    EXPECT_EQ(lbm_event_dispatch_unblock(queue.get()), LBM_OK);
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_BLOCK), 0);
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_POLL), 0);
+}
+
+TEST(Contract, GivenACopyOfAttributes_WhenTheOriginalChanges_ThenTheCopyKeepsItsValue)
+{
+    lbm_context_attr_t* original = nullptr;
+    lbm_context_attr_t* copy = nullptr;
+    ASSERT_EQ(lbm_context_attr_create(&original), LBM_OK);
+    ASSERT_EQ(lbm_context_attr_str_setopt(original, "context_name", "before"), LBM_OK);
+    ASSERT_EQ(lbm_context_attr_dup(&copy, original), LBM_OK);
+    ASSERT_EQ(lbm_context_attr_str_setopt(original, "context_name", "after"), LBM_OK);
+    std::array<char, 16> buffer{};
+    std::size_t length = buffer.size();
+    EXPECT_EQ(lbm_context_attr_str_getopt(copy, "context_name", buffer.data(), &length), LBM_OK);
+    EXPECT_STREQ(buffer.data(), "before");
+    EXPECT_EQ(lbm_context_attr_delete(original), LBM_OK);
+    EXPECT_EQ(lbm_context_attr_delete(copy), LBM_OK);
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
+#include <limits>
 #include <thread>
 
 #include "support/context_fixture.h"
@@ -69,18 +71,65 @@ TEST(EventQueue, GivenADispatchWithoutLimit_WhenUnblocked_ThenItReturns)
     dispatcher.join();
 }
 
-TEST(EventQueue, GivenADispatchWithoutLimit_WhenTheQueueIsDeleted_ThenItReturns)
+/// Has a queue dispatched without limit on another thread and, once a callback has run there, does something to it.
+int dispatch_during(test::QueueHandle& queue, int (*act)(test::QueueHandle&))
+{
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    const auto receiver = test::make_receiver(ctx, "DURING.A", recorder, queue.get());
+    const auto source = test::make_source(ctx, "DURING.A");
+    auto dispatched =
+        std::async(std::launch::async, [raw = queue.get()] { return lbm_event_dispatch(raw, LBM_EVENT_QUEUE_BLOCK); });
+    EXPECT_TRUE(recorder.wait_for(LBM_MSG_BOS));
+    EXPECT_EQ(act(queue), LBM_OK);
+    return dispatched.get();
+}
+
+TEST(EventQueue, GivenADispatchWithoutLimit_WhenTheQueueIsShutDown_ThenItReturnsWhatRan)
 {
     auto queue = test::make_queue();
-    std::atomic<bool> started{false};
-    std::thread dispatcher{[&, raw = queue.get()] {
-        started = true;
-        static_cast<void>(lbm_event_dispatch(raw, LBM_EVENT_QUEUE_POLL));
-        static_cast<void>(lbm_event_dispatch(raw, LBM_EVENT_QUEUE_BLOCK));
-    }};
-    EXPECT_EQ(lbm_event_queue_shutdown(queue.get()), LBM_OK);
-    dispatcher.join();
-    EXPECT_TRUE(started);
+    EXPECT_EQ(dispatch_during(queue, [](auto& q) { return lbm_event_queue_shutdown(q.get()); }), 1);
+}
+
+TEST(EventQueue, GivenADispatchWithoutLimit_WhenTheQueueIsDeleted_ThenItReturnsWhatRan)
+{
+    auto queue = test::make_queue();
+    EXPECT_EQ(dispatch_during(queue, [](auto& q) { return lbm_event_queue_delete(q.release()); }), 1);
+}
+
+TEST(EventQueue, GivenACallback_WhenItDeletesItsQueue_ThenItsDispatchReturnsAfterIt)
+{
+    auto queue = test::make_queue();
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    recorder.then = [&](lbm_msg_t&) { EXPECT_EQ(lbm_event_queue_delete(queue.release()), LBM_OK); };
+    const auto receiver = test::make_receiver(ctx, "OWN.A", recorder, queue.get());
+    const auto source = test::make_source(ctx, "OWN.A");
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_BLOCK), 1);
+}
+
+TEST(EventQueue, GivenATimeBeyondTheClock_WhenDispatched_ThenItWaitsWithoutLimit)
+{
+    const auto queue = test::make_queue();
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    recorder.then = [&](lbm_msg_t&) { lbm_event_dispatch_unblock(queue.get()); };
+    const auto receiver = test::make_receiver(ctx, "LONG.A", recorder, queue.get());
+    const auto source = test::make_source(ctx, "LONG.A");
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), std::numeric_limits<unsigned long>::max()), 1);
+}
+
+TEST(EventQueue, GivenNoRunningDispatch_WhenUnblockedBeforeAPoll_ThenTheOneAfterItIsNotEnded)
+{
+    const auto queue = test::make_queue();
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    EXPECT_EQ(lbm_event_dispatch_unblock(queue.get()), LBM_OK);
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_POLL), 0);
+    recorder.then = [&](lbm_msg_t&) { lbm_event_dispatch_unblock(queue.get()); };
+    const auto receiver = test::make_receiver(ctx, "NEXT.A", recorder, queue.get());
+    const auto source = test::make_source(ctx, "NEXT.A");
+    EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_BLOCK), 1);
 }
 
 TEST(EventQueue, GivenAQueueThatWasShutDown_WhenDispatched_ThenItFails)

@@ -2,18 +2,17 @@
  * publish/subscribe transport.
  *
  * Results    functions that return int give LBM_OK (0) or LBM_FAILURE (-1); after a failure lbm_errnum() and
- *            lbm_errmsg() tell the calling thread why. They are set by failures only and kept until the thread's next one.
- * Threads    every function may be called from any thread, callbacks included. One callback at a time runs per context,
- *            on the context's own thread, or, for a receiver with an event queue, on the thread that dispatches the queue.
- * Handles    are owned by the caller who created them and are gone when their delete function returns. No callback of a
- *            receiver begins or goes on after lbm_rcv_delete/lbm_wildcard_rcv_delete has returned, save the one that made
- *            the call. Handles may be deleted in any order: what a deleted context or event queue served is stopped, and
- *            its receivers and sources may still be deleted afterwards.
- * Exceptions that leave a callback end the process through std::terminate, after one line on standard error:
- *                lbm: exception left a callback: topic="<topic>" sequence_number=<number> what="<text>"
- *            Control characters, quotes and backslashes in the texts stand as \xNN. While a handler installed with
- *            std::set_terminate runs, the exception is current and the message is still held.
- * Stack      a context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
+ *            lbm_errmsg() tell the calling thread why. They are set by failures only and kept until the thread's next
+ * one. Threads    every function may be called from any thread, callbacks included. One callback at a time runs per
+ * context, on the context's own thread, or, for a receiver with an event queue, on the thread that dispatches the
+ * queue. Handles    are owned by the caller who created them and are gone when their delete function returns. No
+ * callback of a receiver begins or goes on after lbm_rcv_delete/lbm_wildcard_rcv_delete has returned, save the one that
+ * made the call. Handles may be deleted in any order: what a deleted context or event queue served is stopped, and its
+ * receivers and sources may still be deleted afterwards. Exceptions that leave a callback end the process through
+ * std::terminate, after one line on standard error: lbm: exception left a callback: topic="<topic>"
+ * sequence_number=<number> what="<text>" Control characters, quotes and backslashes in the texts stand as \xNN. While a
+ * handler installed with std::set_terminate runs, the exception is current and the message is still held. Stack      a
+ * context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
  */
 #ifndef LBM_LBM_H
 #define LBM_LBM_H
@@ -35,10 +34,10 @@ extern "C" {
 #define LBM_EINVAL 1      /* an argument, option, name or pattern is not acceptable */
 #define LBM_EWOULDBLOCK 2 /* a non-blocking operation would have had to wait */
 #define LBM_ENOMEM 3
-#define LBM_EOP 4         /* the operation is not possible on this object or in its state */
-#define LBM_EOS 5         /* the operating system or the engine below refused */
+#define LBM_EOP 4 /* the operation is not possible on this object or in its state */
+#define LBM_EOS 5 /* the operating system or the engine below refused */
 #define LBM_ETIMEDOUT 6
-#define LBM_ENO_CONFIG 7  /* the configuration cannot be read or lacks what was asked for */
+#define LBM_ENO_CONFIG 7 /* the configuration cannot be read or lacks what was asked for */
 
 /* Text and number of the calling thread's last failure. The text is valid until the thread's next failure; "" and 0
  * when there was none. */
@@ -72,7 +71,8 @@ typedef struct lbm_response lbm_response_t;
 #define LBM_MSG_BOS 20
 
 /* A received message or transport event. It is reference-counted: the transport's own reference ends when the callback
- * returns, so keep it with lbm_msg_retain and give it back with lbm_msg_delete. Everything it points at lives as long. */
+ * returns, so keep it with lbm_msg_retain and give it back with lbm_msg_delete. Everything it points at lives as long.
+ */
 typedef struct lbm_msg {
     int type;                 /* LBM_MSG_… */
     int flags;                /* 0 in this version */
@@ -81,7 +81,8 @@ typedef struct lbm_msg {
     const char* topic_name;   /* the concrete topic, NUL-terminated; also for wildcard receivers */
     const char* source;       /* which source of which context, NUL-terminated; one text per source and run:
                                * "LBMDDS:<IPv4 address>:<process id>:<context, 16 hex digits>:<source number>[<topic>]" */
-    uint32_t sequence_number; /* per source, from 0, wraps; of events: the number they stand before or are about */
+    uint32_t sequence_number; /* per source, from 0, wraps; of events: the number they stand before or are about,
+                               * of a BOS 0 while that number is not known */
     lbm_response_t* response; /* of a request: where to answer; else NULL */
 } lbm_msg_t;
 
@@ -118,8 +119,9 @@ int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_
                        void* clientd);
 int lbm_context_delete(lbm_context_t* ctx);
 int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, size_t* length);
-/* The context serves itself on its own thread; these exist for programs written for sequential operation: process_events
- * waits for at most `timeout_ms` or until unblocked, and dispatches nothing. */
+/* The context serves itself on its own thread; these exist for programs written for sequential operation:
+ * process_events waits for at most `timeout_ms`, until unblocked or until the context is deleted, and dispatches
+ * nothing. */
 int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms);
 int lbm_context_unblock(lbm_context_t* ctx);
 
@@ -128,7 +130,7 @@ int lbm_context_unblock(lbm_context_t* ctx);
 typedef int (*lbm_event_queue_monitor_proc)(lbm_event_queue_t* evq, int event, size_t size, unsigned long delay_us,
                                             void* clientd);
 
-#define LBM_EVENT_QUEUE_BLOCK 0xFFFFFFFFUL /* wait without limit */
+#define LBM_EVENT_QUEUE_BLOCK 0xFFFFFFFFUL /* wait without limit, as does any greater value */
 #define LBM_EVENT_QUEUE_POLL 0UL           /* dispatch what is there */
 
 int lbm_event_queue_attr_create(lbm_event_queue_attr_t** attr);
@@ -194,9 +196,9 @@ int lbm_wildcard_rcv_str_getopt(lbm_wildcard_rcv_t* rcv, const char* option, cha
 /* ---- Sources -------------------------------------------------------------------------------------------------- */
 
 /* Send flags, for lbm_src_send and lbm_send_response. */
-#define LBM_MSG_FLUSH 0x4     /* send at once what was collected */
-#define LBM_SRC_NONBLOCK 0x8  /* fail with LBM_EWOULDBLOCK instead of waiting */
-#define LBM_SRC_BLOCK 0x10    /* wait for room */
+#define LBM_MSG_FLUSH 0x4    /* send at once what was collected */
+#define LBM_SRC_NONBLOCK 0x8 /* fail with LBM_EWOULDBLOCK instead of waiting */
+#define LBM_SRC_BLOCK 0x10   /* wait for room */
 
 #define LBM_SRC_EVENT_CONNECT 1    /* the first receiver of this topic's transport is there */
 #define LBM_SRC_EVENT_DISCONNECT 2 /* the last one has gone */
