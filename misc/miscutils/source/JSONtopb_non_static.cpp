@@ -192,8 +192,8 @@ void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescri
     JSON2PB_VERIFY_TYPE(name, json, JSON_STRING, strict);
     // Made before its type is looked at, and left present when the type is wrong: receivers test for presence.
     Message* submsg = ref->MutableMessage(msg, field);
-    const Message& sample = m_sampleUUID;
-    const auto* uuidDesc = sample.GetDescriptor();
+    // The member's type is asked, not the member: an owner may be destroyed while a last conversion still runs.
+    const auto* uuidDesc = decltype(m_sampleUUID)::descriptor();
     if (submsg->GetDescriptor() != uuidDesc) {
         JSON2PB_FAILED(name, strict);
         return;

@@ -111,8 +111,8 @@ struct QXNotifyListener::Notification {
 };
 
 QXNotifyListener::QXNotifyListener(QXNotifyObserver* observer)
-    : m_observer(observer)
-    , m_qxNotifyLbmContext(lbm::ContextAttributes(contextName))
+    : m_qxNotifyLbmContext(lbm::ContextAttributes(contextName))
+    , m_observer(observer)
 {
 }
 

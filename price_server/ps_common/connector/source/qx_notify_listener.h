@@ -101,13 +101,14 @@ private:
     template <class Kind>
     void ConvertAndDeliver(const Notification& notification, const std::string& data);
 
-    // Destroyed in reverse: receivers before the context they live on, and the context before what their callbacks use
-    // until it is gone.
-    qx::JSONProto m_jsonToProto;
-    QXNotifyObserver* m_observer;
+    // Destroyed in reverse: the receivers wait for their callbacks and go before the context they live on. A callback
+    // may thus run when observer and converter are already past their destructors. That is harmless as long as neither
+    // destructor touches what a callback reads: the pointer has none, and conversion reads no state of the converter.
     lbm::Context m_qxNotifyLbmContext;
     std::map<std::uint64_t, std::unique_ptr<lbm::WildcardReceiver>> m_marketUpdateReceivers; ///< null: given up
     std::set<std::uint64_t> m_subscribedMarkets;                                             ///< never shrinks
+    qx::JSONProto m_jsonToProto;
+    QXNotifyObserver* m_observer;
 };
 
 } // namespace ps_ns
