@@ -17,5 +17,6 @@ function(qx_test name)
     gtest_discover_tests(${name}
         TEST_PREFIX ${name}.
         DISCOVERY_TIMEOUT 60
+        NO_PRETTY_VALUES   # a parameter without a printer would put addresses into the name
         PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
 endfunction()

@@ -77,9 +77,10 @@ TEST(Delivery, GivenAKnownSource_WhenAnotherReceiverIsMadeOnTheContext_ThenItGet
     const auto wildcard = test::make_wildcard(ctx, "TWO\\..*", second);
     ASSERT_TRUE(second.wait_for(LBM_MSG_BOS));
     test::send(source, "later");
-    ASSERT_TRUE(second.wait_for(LBM_MSG_DATA));
+    // What connected the first may still be on its way when the second begins.
+    ASSERT_TRUE(second.wait([&] { return !second.payloads().empty() && second.payloads().back() == "later"; }));
     EXPECT_EQ(first.count(LBM_MSG_BOS), 1U);
-    EXPECT_THAT(second.payloads(), Contains("later"));
+    EXPECT_EQ(second.count(LBM_MSG_BOS), 1U);
 }
 
 TEST(Delivery, GivenAWildcardReceiver_WhenTopicsMatchAndDoNot_ThenOnlyTheMatchingOnesArrive)
