@@ -134,6 +134,7 @@ TYPED_TEST(AttributeHolder, GivenCopy_WhenBothDestroyed_ThenTheTransportDuplicat
 {
     {
         const typename TypeParam::Holder original;
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): copying is what is tested
         const typename TypeParam::Holder copy(original);
     }
     EXPECT_THAT(this->transport.calls(),
@@ -144,6 +145,7 @@ TYPED_TEST(AttributeHolder, GivenFailingDuplicate_WhenCopied_ThenThrows)
 {
     const typename TypeParam::Holder original;
     this->transport.fail_next(this->fn("_dup"));
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): copying is what is tested
     EXPECT_EQ(ThrownText([&] { typename TypeParam::Holder copy(original); }), this->failedTo("duplicate"));
 }
 
