@@ -13,7 +13,7 @@ namespace qx::tool {
 
 namespace {
 
-constexpr std::size_t buffer_bytes = 64 * 1024;
+constexpr std::size_t buffer_bytes = 65'536;
 
 [[noreturn]] void throw_errno(const std::string& name)
 {

@@ -1,5 +1,6 @@
 #include "sample_records/sample_values.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace qx::sample {
@@ -80,12 +81,7 @@ std::int64_t date_value(std::uint64_t months_since_2026, std::uint64_t day)
 
 bool ends_with_any(std::string_view field, std::initializer_list<std::string_view> endings)
 {
-    for (const std::string_view ending : endings) {
-        if (field.ends_with(ending)) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(endings, [&](std::string_view ending) { return field.ends_with(ending); });
 }
 
 std::int64_t id_value(std::string_view field, Subject& s)

@@ -32,7 +32,7 @@ struct Family {
 
 /// What the fields of one record have in common, so that they do not contradict each other.
 struct Subject {
-    Subject(std::uint64_t seed, RecordSize size, Identity who);
+    Subject(std::uint64_t seed, RecordSize wanted, Identity identity);
 
     Random random;
     RecordSize size;

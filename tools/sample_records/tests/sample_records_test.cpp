@@ -1,5 +1,6 @@
 #include "sample_records/sample_records.h"
 
+#include <limits>
 #include <map>
 #include <set>
 #include <string>
@@ -19,14 +20,14 @@ namespace {
 
 using google::protobuf::Descriptor;
 using nlohmann::json;
-using testing::ElementsAre;
 
-/// The paths of all values in a record, without list positions: "legs.side".
+/// The paths of all values in a record, without list positions: ".legs.side".
 void add_paths(const json& value, const std::string& path, std::set<std::string>& paths)
 {
     if (value.is_object()) {
         for (const auto& [key, member] : value.items()) {
-            add_paths(member, path.empty() ? key : path + "." + key, paths);
+            std::string member_path = path;
+            add_paths(member, member_path.append(".").append(key), paths);
         }
     } else if (value.is_array()) {
         for (const json& element : value) {
@@ -43,10 +44,10 @@ void add_schema_paths(const Descriptor& type, const std::string& prefix, std::se
         const auto& field = *type.field(i);
         const auto& options = field.options();
         const std::string key =
-            prefix +
+            prefix + "." +
             (options.HasExtension(messaging::gson_name) ? options.GetExtension(messaging::gson_name) : field.name());
         if (field.message_type() != nullptr && field.message_type() != messaging::Uuid::descriptor()) {
-            add_schema_paths(*field.message_type(), key + ".", paths);
+            add_schema_paths(*field.message_type(), key, paths);
         } else {
             paths.insert(key);
         }
@@ -116,6 +117,17 @@ TEST(SampleRecords, GivenSizeClass_WhenManyAreMade_ThenTheirMeanIsWhatTheClassPr
     EXPECT_THAT(mean_bytes(make_instrument_json, RecordSize::typical),
                 testing::AllOf(testing::Ge(1'300U), testing::Le(1'900U)));
     EXPECT_THAT(mean_bytes(make_instrument_json, RecordSize::large), testing::Ge(3'000U));
+}
+
+TEST(SampleRecords, GivenManySeeds_WhenMade_ThenNumbersOf32BitFieldsFitThem)
+{
+    for (std::uint64_t seed = 0; seed < 100; ++seed) {
+        const json record = json::parse(make_instrument_json(seed, RecordSize::large));
+        for (const char* key : {"minOrderQuantity", "maxOrderQuantity", "marketDepth", "priceDecimals", "lotSize"}) {
+            EXPECT_LE(record.at(key).get<std::int64_t>(), std::numeric_limits<std::int32_t>::max()) << key;
+        }
+        EXPECT_LE(record.at("exchange").at("channelId").get<std::int64_t>(), std::numeric_limits<std::int32_t>::max());
+    }
 }
 
 TEST(SampleRecords, GivenFuture_WhenMade_ThenItHasNeitherStrikeNorLegs)
