@@ -43,10 +43,10 @@ TEST_P(LogHost, GivenAFork_WhenBothProcessesLog_ThenNoLineIsLostOrDoubledAndBoth
 {
     const auto result = runLogChild("fork", GetParam());
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.err, SizeIs(3));
-    EXPECT_THAT(result.err, Contains(EndsWith(" before the fork")));
-    EXPECT_THAT(result.err, Contains(EndsWith(" in the child")));
-    EXPECT_THAT(result.err, Contains(EndsWith(" in the parent, child's status 0")));
+    // Each once; a sanitizer may add a line of its own about the forked threads.
+    EXPECT_THAT(result.err, Contains(EndsWith(" before the fork")).Times(1));
+    EXPECT_THAT(result.err, Contains(EndsWith(" in the child")).Times(1));
+    EXPECT_THAT(result.err, Contains(EndsWith(" in the parent, child's status 0")).Times(1));
 }
 
 TEST_P(LogHost, GivenForksWhileAnotherThreadLogs_WhenTheChildrenLog_ThenNoneHangsOnALockThatWasHeld)
