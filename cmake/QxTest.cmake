@@ -1,7 +1,7 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-# qx_test(<name> SOURCES … LINK … [LABELS …] [TIMEOUT <seconds>])
+# qx_test(<name> SOURCES … LINK … [LABELS …] [TIMEOUT <seconds>]); the label is "unit" unless another is given
 # One GoogleTest program; each of its cases becomes a CTest case named <program>.<suite>.<case>.
 # A test program that defines the functions of a platform interface itself (tests/doubles) takes precedence over the
 # library that the code under test names: the linker takes a static archive's member, or a shared library's symbol,
@@ -10,6 +10,9 @@ function(qx_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LINK;LABELS")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 60)
+    endif()
+    if(NOT arg_LABELS)
+        set(arg_LABELS unit)
     endif()
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
