@@ -55,6 +55,8 @@ inline constexpr const char* createReceiver = "Failed to create LBM receiver"; /
 inline constexpr const char* setReceiverOption = "Failed to set LBM receiver option";
 inline constexpr const char* setWildcardReceiverOption = "Failed to set LBM wildcard receiver option";
 
+inline constexpr const char* sendResponse = "Failed to send LBM response";
+
 inline constexpr const char* createEventQueue = "Failed to create LBM event queue";
 inline constexpr const char* runEventQueue = "Failed to run LBM event queue";
 inline constexpr const char* unblockEventQueue = "Failed to unblock LBM event queue";

@@ -3,6 +3,8 @@
 #include <iostream>
 #include <utility>
 
+#include <lbm/triage_handler.h>
+
 #include "calls.h"
 #include "catalogue.h"
 
@@ -25,29 +27,60 @@ Context::Context(const String& name)
 }
 
 Context::Context(const ContextAttributes& attributes)
-    : m_ctx(details::Open<lbm_context_t>(details::failure::createContext, [&](lbm_context_t** ctx) {
-        return lbm_context_create(ctx, attributes, nullptr, nullptr);
-    }))
+    : m_triageHandler(LbmTriageHandler::getInstance())
 {
+    m_ctx = details::Open<lbm_context_t>(details::failure::createContext, [&](lbm_context_t** ctx) {
+        return lbm_context_create(ctx, attributes, nullptr, nullptr);
+    });
     ReadContextName();
     LBM_LOG(QXLOG_INFO_SEARCH, line::contextCreated)
         << "Created LBM context=" << m_ctx.get() << " with attributes context_name=" << m_contextName;
-    // TRIAGE REGISTRATION connects here, as the last step: whatever escapes it lets the members above go, the transport
-    // context included. The destructor then unregisters before it deletes, and a move hands the registration over.
+    Register();
+}
+
+Context::Context(Context&& other) noexcept
+{
+    TakeOver(other);
 }
 
 Context& Context::operator=(Context&& other) noexcept
 {
-    Context taken(std::move(other));
-    std::swap(m_ctx, taken.m_ctx);
-    std::swap(m_contextName, taken.m_contextName);
+    if (this != &other) {
+        const Context replaced(std::move(*this));
+        TakeOver(other);
+    }
     return *this;
 }
 
 Context::~Context()
 {
     PrintDestruction();
+    if (m_triageHandler) {
+        m_triageHandler->unregisterContext(this);
+    }
     m_ctx.reset();
+}
+
+/// The handler must not know a context that was never made: what it has done by then is taken back.
+void Context::Register()
+{
+    try {
+        m_triageHandler->registerContext(m_contextName, this);
+    } catch (...) {
+        m_triageHandler->unregisterContext(this);
+        throw;
+    }
+}
+
+/// This context holds nothing.
+void Context::TakeOver(Context& other) noexcept
+{
+    m_ctx = std::move(other.m_ctx);
+    m_contextName = std::exchange(other.m_contextName, {});
+    m_triageHandler = std::move(other.m_triageHandler);
+    if (m_triageHandler) {
+        m_triageHandler->moveContext(&other, this);
+    }
 }
 
 /// An output that was told to throw must not keep the context from being deleted, nor end the process.
@@ -68,6 +101,18 @@ int Context::Poll(unsigned long timeoutMs)
 int Context::Unblock()
 {
     return details::Check(lbm_context_unblock(m_ctx.get()), details::failure::unblockContext);
+}
+
+int Context::EnableNAKs()
+{
+    QX_LOG(QXLOG_ERROR) << "Failed to enable NAKs. This feature is available in LBM versions 6.16.1 and above";
+    return LBM_FAILURE;
+}
+
+int Context::DisableNAKs()
+{
+    QX_LOG(QXLOG_ERROR) << "Failed to disable NAKs. This feature is available in LBM versions 6.16.1 and above";
+    return LBM_FAILURE;
 }
 
 String Context::GetStrOpt(const char* name) const

@@ -1,13 +1,18 @@
 /// The transport's unit of threads, sockets and configuration.
 #pragma once
 
+#include <memory>
+
 #include <lbm/attributes.h>
 #include <lbm/error.h>
 #include <lbm/handle.h>
 
 namespace lbm {
 
-/// Owns one transport context.
+class LbmTriageHandler;
+
+/// Owns one transport context, which is registered with the process's triage handler (triage_handler.h) as long as it
+/// lives. The first context of a process makes that handler, and what goes wrong with it comes out of the constructor.
 ///
 /// Errors    constructors and operations throw LbmError; a name that cannot be read only costs the name. Destruction
 ///           reports nothing, and its line is lost when standard output refuses it.
@@ -24,7 +29,8 @@ public:
 
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
-    Context(Context&& other) noexcept = default;
+    /// The registration follows. A lock that fails then ends the process.
+    Context(Context&& other) noexcept;
     /// What the target held is destroyed as any context is, with its line on standard output.
     Context& operator=(Context&& other) noexcept;
 
@@ -40,15 +46,22 @@ public:
     /// Ends one running Poll, or the next.
     int Unblock();
 
+    /// Both leave the context alone, log that the transport's version has no such switch, and return -1.
+    int EnableNAKs();
+    int DisableNAKs();
+
     /// The text form of an option; texts of 1023 bytes and more are a failure.
     String GetStrOpt(const char* name) const;
 
 private:
     void ReadContextName();
     void PrintDestruction() const noexcept;
+    void Register();
+    void TakeOver(Context& other) noexcept;
 
     details::Handle<lbm_context_t> m_ctx;
-    String m_contextName; ///< the option "context_name"; empty when it could not be read
+    String m_contextName;                              ///< the option "context_name"; empty when it could not be read
+    std::shared_ptr<LbmTriageHandler> m_triageHandler; ///< null in a moved-from context
 };
 
 } // namespace lbm

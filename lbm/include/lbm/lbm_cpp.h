@@ -9,3 +9,4 @@
 #include <lbm/message.h>
 #include <lbm/receiver.h>
 #include <lbm/response.h>
+#include <lbm/triage_handler.h>

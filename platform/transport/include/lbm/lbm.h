@@ -57,6 +57,7 @@ typedef struct lbm_wildcard_rcv lbm_wildcard_rcv_t;
 typedef struct lbm_wildcard_rcv_attr lbm_wildcard_rcv_attr_t;
 typedef struct lbm_event_queue lbm_event_queue_t;
 typedef struct lbm_event_queue_attr lbm_event_queue_attr_t;
+typedef struct lbm_request lbm_request_t;
 typedef struct lbm_response lbm_response_t;
 
 /* ---- Messages ------------------------------------------------------------------------------------------------- */
@@ -227,7 +228,23 @@ int lbm_src_delete(lbm_src_t* src);
 
 /* ---- Requests and responses ----------------------------------------------------------------------------------- */
 
-/* The handle belongs to the request message and is valid as long as that message is held. */
+/* One answer: `msg` has the type LBM_MSG_RESPONSE, the answer's bytes, the request's topic, and as source the context
+ * that answered, "LBMDDS:<IPv4 address>:<process id>:<context, 16 hex digits>". Its sequence number counts the answers
+ * of that context to this request, from 0. The result is not used. */
+typedef int (*lbm_request_cb_proc)(lbm_request_t* req, lbm_msg_t* msg, void* clientd);
+
+/* Sends a message of the type LBM_MSG_REQUEST, in order with what the source sends otherwise, to every receiver that is
+ * connected; each may answer, once, several times or not at all. `flags` as for lbm_src_send. `evq` NULL: answers come
+ * on the thread of the source's context. They may come before the call has returned. */
+int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size_t length, lbm_request_cb_proc proc,
+                     void* clientd, lbm_event_queue_t* evq, int flags);
+/* Answers that come later are dropped; as for receivers, no callback goes on afterwards save the one that made the
+ * call. */
+int lbm_request_delete(lbm_request_t* req);
+
+/* Answers a request, from any thread. The handle belongs to the request message and is valid as long as that message is
+ * held. LBM_EWOULDBLOCK: the requester does not keep up, and `flags` has LBM_SRC_NONBLOCK. LBM_EOP: the requester is
+ * gone. A requester that has merely deleted its request takes the answer and drops it. */
 int lbm_send_response(lbm_response_t* response, const char* data, size_t length, int flags);
 
 #ifdef __cplusplus
