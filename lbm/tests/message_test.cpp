@@ -109,7 +109,7 @@ TEST_F(Message, GivenCopy_WhenMade_ThenItHoldsAReferenceOfItsOwn)
 TEST_F(Message, GivenEmptyMessage_WhenCopied_ThenNoCall)
 {
     const lbm::Message empty(nullptr);
-    const lbm::Message copy(empty); // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
+    const lbm::Message copy(empty);
     EXPECT_THAT(transport.calls(), IsEmpty());
 }
 

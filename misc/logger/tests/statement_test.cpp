@@ -130,10 +130,12 @@ TEST(Statement, GivenAnUnbracedIfElse_WhenEmitted_ThenItStandsAsOneStatement)
 {
     const CapturedLog log;
     for (const bool first : {true, false}) {
-        if (first) // NOLINT(readability-braces-around-statements): the case under test
+        // NOLINTBEGIN(readability-braces-around-statements): the case under test
+        if (first)
             QX_LOG(QXLOG_INFO) << "first";
         else
             QX_LOG(QXLOG_INFO) << "second";
+        // NOLINTEND(readability-braces-around-statements)
     }
     EXPECT_THAT(log.texts(), ElementsAre("first", "second"));
 }

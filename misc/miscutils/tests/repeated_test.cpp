@@ -103,7 +103,7 @@ TEST(ParseJSONRepeating, GivenNoContainer_WhenParsed_ThenTheMessageIsUntouched)
 {
     AllTypes message;
     std::string key = "i32s";
-    JSONProto{}.ParseJSONRepeating(&message, message.GetReflection(), libjson::parse("1"), key, strict);
+    JSONProto{}.ParseJSONRepeating(&message, AllTypes::GetReflection(), libjson::parse("1"), key, strict);
     EXPECT_EQ(message.ByteSizeLong(), 0U);
 }
 
@@ -112,9 +112,9 @@ TEST(ParseJSONRepeating, GivenAnUnknownKey_WhenParsed_ThenEveryElementIsSkippedO
     AllTypes message;
     std::string key = "nope";
     const JSONNode array = libjson::parse("[1,[2],{}]");
-    JSONProto{}.ParseJSONRepeating(&message, message.GetReflection(), array, key, lenient);
+    JSONProto{}.ParseJSONRepeating(&message, AllTypes::GetReflection(), array, key, lenient);
     EXPECT_EQ(message.ByteSizeLong(), 0U);
-    EXPECT_THROW(JSONProto{}.ParseJSONRepeating(&message, message.GetReflection(), array, key, strict),
+    EXPECT_THROW(JSONProto{}.ParseJSONRepeating(&message, AllTypes::GetReflection(), array, key, strict),
                  JSONProtoException);
 }
 

@@ -20,7 +20,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-constexpr std::uintmax_t megabyte = 1024 * 1024;
+constexpr std::uintmax_t megabyte = 1024UL * 1024UL;
 
 std::string fileVariable(const std::filesystem::path& path)
 {

@@ -13,6 +13,7 @@ using qx::test::runLogChild;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::Ge;
 using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
@@ -73,8 +74,11 @@ TEST(LogThreads, GivenNoQueue_WhenLogging_ThenThereIsOnlyTheProgramsThread)
 TEST(LogThreads, GivenAQueue_WhenLogging_ThenANamedThreadWritesWithSignalsBlockedAndTheProgramsAreNot)
 {
     const auto threads = runLogChild("show-threads", {"QX_LOG_ASYNC=1"}).out;
-    ASSERT_THAT(threads, ElementsAre("log_child 0000000000000000", StartsWith("qx_log ")));
-    const auto blocked = std::stoull(threads[1].substr(7), nullptr, 16);
+    // ThreadSanitizer has a thread of its own between the two.
+    ASSERT_THAT(threads, SizeIs(Ge(2U)));
+    EXPECT_EQ(threads.front(), "log_child 0000000000000000");
+    ASSERT_THAT(threads.back(), StartsWith("qx_log "));
+    const auto blocked = std::stoull(threads.back().substr(7), nullptr, 16);
     for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGCHLD, SIGUSR1, SIGALRM, SIGPIPE}) {
         EXPECT_TRUE(blocked & (1ULL << static_cast<unsigned>(signal - 1))) << signal;
     }

@@ -19,7 +19,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 

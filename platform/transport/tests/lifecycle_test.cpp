@@ -41,7 +41,7 @@ TEST(Lifecycle, GivenAThreadDefaultOfSmallStacks_WhenACallbackRuns_ThenItsStackI
     pthread_attr_t before{};
     ASSERT_EQ(pthread_getattr_default_np(&before), 0);
     pthread_attr_t small = before;
-    pthread_attr_setstacksize(&small, 256U << 10U);
+    pthread_attr_setstacksize(&small, 1U << 20U);
     ASSERT_EQ(pthread_setattr_default_np(&small), 0);
     test::Recorder recorder;
     std::atomic<std::size_t> bytes{0};

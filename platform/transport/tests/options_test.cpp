@@ -135,7 +135,7 @@ TEST(Options, GivenValuesAtTheEnds_WhenSet_ThenAcceptedInsideAndRefusedOutside)
     };
     for (const auto& [option, value, accepted] : entries) {
         Options options(Scope::context);
-        const auto refusal = refusal_of([&] { options.set_text(option, value); });
+        const auto refusal = refusal_of([&, &name = option, &text = value] { options.set_text(name, text); });
         EXPECT_EQ(refusal.code, accepted ? LBM_OK : LBM_EINVAL) << option << " = " << value;
     }
 }

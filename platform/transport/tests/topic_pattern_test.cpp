@@ -60,7 +60,7 @@ TEST(TopicPattern, GivenBadPatterns_WhenCompiled_ThenMessageAndOffsetAreTold)
         {"a\\Cb", "using \\C is disabled by the application at offset 3"},
     };
     for (const auto& [pattern, text] : cases) {
-        const auto refusal = refusal_of([&] { const TopicPattern refused(pattern); });
+        const auto refusal = refusal_of([&bad = pattern] { const TopicPattern refused(bad); });
         EXPECT_EQ(refusal.code, LBM_EINVAL);
         EXPECT_EQ(refusal.text, text);
     }

@@ -131,12 +131,12 @@ TEST(Configuration, GivenRefusedFiles_WhenRead_ThenFileLineAndReasonAreTold)
         {"full.xml", ":4: there is no application \"pricing2\""},
         {"unused-elements.xml", ":2: there is no application \"pricing2\""},
     };
-    for (const auto& [file, place_and_reason] : cases) {
+    for (const auto& [name, place_and_reason] : cases) {
         const bool other = std::string(place_and_reason).find("pricing2") != std::string::npos;
-        const auto refusal =
-            refusal_of([&] { Configuration::from_file(data_file(file), other ? "pricing2" : "pricing"); });
+        const std::string file = data_file(name);
+        const auto refusal = refusal_of([&] { Configuration::from_file(file, other ? "pricing2" : "pricing"); });
         EXPECT_EQ(refusal.code, LBM_ENO_CONFIG) << file;
-        EXPECT_EQ(refusal.text, data_file(file) + place_and_reason);
+        EXPECT_EQ(refusal.text, file + place_and_reason);
     }
 }
 
