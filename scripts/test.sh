@@ -2,7 +2,6 @@
 # Everything that decides whether a change may land. Each stage says how long it took; the first failure ends the run.
 #   scripts/test.sh            the stages that decide
 #   scripts/test.sh dev asan   only these
-# tsan and lint are stages, too, but are run by name only until a whole run of each has been seen to pass.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export CTEST_OUTPUT_ON_FAILURE=1
@@ -28,7 +27,7 @@ stage_external() { scripts/check-external.sh; }
 stage_demo() { scripts/demo.sh; }
 
 stages=("$@")
-[ ${#stages[@]} -gt 0 ] || stages=(format dev demo asan install external fuzz)
+[ ${#stages[@]} -gt 0 ] || stages=(format dev demo asan tsan install external fuzz lint)
 for stage in "${stages[@]}"; do
     started=$SECONDS
     echo "== $stage"
