@@ -1,10 +1,16 @@
 #include <lbm/lbm.h>
 
 #include "error.h"
+#include "responder.h"
+#include "send_arguments.h"
 
-// Requests are not carried yet, so that no message brings a handle to answer on.
-int lbm_send_response(lbm_response_t*, const char*, size_t, int)
+using namespace qx::transport;
+
+int lbm_send_response(lbm_response_t* response, const char* data, size_t length, int flags)
 {
-    return qx::transport::fail_call(LBM_EOP, "lbm_send_response", "",
-                                    "this version of the transport carries no requests");
+    return guarded("lbm_send_response", nullptr, [&] {
+        require(response, "response");
+        check_send(data, length, flags);
+        response->responder->send(*response, {data, length}, wait_by(flags));
+    });
 }

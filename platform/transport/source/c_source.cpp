@@ -2,40 +2,17 @@
 
 #include <chrono>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include "attributes.h"
 #include "error.h"
 #include "handles.h"
-#include "source_watch.h"
+#include "send_arguments.h"
 #include "topic_name.h"
 
 using namespace qx::transport;
 
-struct lbm_src {
-    std::shared_ptr<LocalSource> source;
-    std::shared_ptr<SourceWatch> watch; ///< empty when the application gave no callback
-    std::weak_ptr<Context> context;     ///< expired when the application deleted it first
-};
-
 namespace {
-
-void check_send(const char* data, size_t length, int flags)
-{
-    constexpr int known = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK | LBM_SRC_BLOCK;
-    constexpr int contradiction = LBM_SRC_NONBLOCK | LBM_SRC_BLOCK;
-    if ((flags & ~known) != 0 || (flags & contradiction) == contradiction) {
-        throw TransportError(LBM_EINVAL, "flags " + std::to_string(flags) + " are not acceptable");
-    }
-    if (length > 0) {
-        require(data, "data");
-    }
-    if (length > payload_bytes_max) {
-        throw TransportError(LBM_EINVAL, "a message has at most " + std::to_string(payload_bytes_max) +
-                                             " bytes, this one " + std::to_string(length));
-    }
-}
 
 void watch(lbm_src& handle, Context& context, SourceWatch::Callback callback, std::shared_ptr<EventQueue> queue)
 {
@@ -87,8 +64,7 @@ int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
     }
     return guarded("lbm_src_send", src->source->topic.c_str(), [&] {
         check_send(data, length, flags);
-        const SendWait wait{std::nullopt, (flags & LBM_SRC_NONBLOCK) != 0, (flags & LBM_MSG_FLUSH) != 0};
-        src->source->stream->send(*src->source, {data, length}, wait);
+        src->source->stream->send(*src->source, {data, length}, wait_by(flags));
     });
 }
 

@@ -15,6 +15,12 @@ FlushPolicy flush_policy(const Options& options)
             std::chrono::microseconds{options.get_integer("flush_gap_us")}};
 }
 
+AnswerPolicy answer_policy(const Options& options)
+{
+    return {static_cast<std::size_t>(options.get_integer("response_window_messages")),
+            std::chrono::milliseconds{options.get_integer("lease_ms")}};
+}
+
 } // namespace
 
 Context::Context(ContextSettings settings)
@@ -23,8 +29,10 @@ Context::Context(ContextSettings settings)
     , id_(ContextId::make(settings_.options.get_text("interface")))
     , participant_(dds_create_participant(domain_.id(), nullptr, nullptr), "dds_create_participant")
     , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher())
-    , subscriber_(participant_.get(),
-                  static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")))
+    , responder_(
+          std::make_shared<Responder>(participant_.get(), id_, answer_policy(settings_.options), domain_.flusher()))
+    , subscriber_(participant_.get(), id_,
+                  static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_)
 {
 }
 
@@ -40,9 +48,12 @@ void Context::close()
         closed_ = true;
     }
     unblocked_.notify_all();
-    const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
+    responder_->stop(); // a callback that waits for a requester must not hold up the end of its receiver
     subscriber_.close();
-    publisher_.close(Clock::now() + patience);
+    const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
+    const Clock::time_point deadline = Clock::now() + patience;
+    publisher_.close(deadline);
+    responder_->close(deadline);
 }
 
 lbm_topic* Context::make_topic(const char* name, Options options)

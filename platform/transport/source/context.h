@@ -12,6 +12,7 @@
 #include "domain.h"
 #include "options.h"
 #include "publisher.h"
+#include "responder.h"
 #include "subscriber.h"
 #include "xml_config.h"
 
@@ -46,6 +47,7 @@ private:
     ContextId id_;
     DdsEntity participant_;
     Publisher publisher_;
+    std::shared_ptr<Responder> responder_;
     Subscriber subscriber_;
     std::mutex mutex_;
     std::condition_variable unblocked_;

@@ -8,9 +8,14 @@ namespace {
 /// What an item costs besides its payload, roughly.
 constexpr std::size_t item_overhead_bytes = sizeof(Message) + sizeof(Delivery) + 32;
 
+bool is_bounded(const Delivery& d) noexcept
+{
+    return d.what == Delivery::What::data || d.what == Delivery::What::answer;
+}
+
 std::size_t cost(const Delivery& d) noexcept
 {
-    return d.what == Delivery::What::data ? item_overhead_bytes + d.message->len : 0;
+    return is_bounded(d) ? item_overhead_bytes + d.message->len : 0;
 }
 
 } // namespace
@@ -27,10 +32,12 @@ bool DeliveryQueue::has_room(std::size_t payload_bytes) const noexcept
 
 bool DeliveryQueue::push(Delivery delivery)
 {
-    if (delivery.what == Delivery::What::data && !has_room(delivery.message->len)) {
-        const std::uint32_t sequence = delivery.message->sequence_number;
-        push_loss(std::move(delivery.receiver), std::move(delivery.source), sequence, sequence);
+    if (is_bounded(delivery) && !has_room(delivery.message->len)) {
         ++dropped_;
+        if (delivery.what == Delivery::What::data) {
+            const std::uint32_t sequence = delivery.message->sequence_number;
+            push_loss(std::move(delivery.receiver), std::move(delivery.source), sequence, sequence);
+        }
         return false;
     }
     if (!open_losses_.empty()) {

@@ -13,29 +13,31 @@
 
 namespace qx::transport {
 
+class Request;
 class SourceWatch;
 
 /// One step of delivery. In a context's queue `receiver` is set for attach and detach only: whom messages go to is
 /// decided when they are delivered. In an event queue it is always set.
 struct Delivery {
-    enum class What { data, loss, begin, end, attach, detach, source_event };
+    enum class What { data, loss, begin, end, attach, detach, source_event, answer };
 
     What what = What::data;
     std::shared_ptr<Receiver> receiver;
     SourcePtr source;
-    MessagePtr message;      ///< of data, begin and end
+    MessagePtr message;      ///< of data, begin, end and an answer
     std::uint32_t first = 0; ///< of a loss: the sequence numbers that are missing, both ends included
     std::uint32_t last = 0;
-    std::shared_ptr<SourceWatch> watch; ///< of a source event, whose number is `first`
+    std::shared_ptr<SourceWatch> watch{}; ///< of a source event, whose number is `first`
+    std::shared_ptr<Request> request{};   ///< of an answer
 };
 
 /// The message that tells of a loss: its sequence number is the first missing one.
 MessagePtr loss_message(const SourcePtr& source, std::uint32_t first, std::uint32_t last);
 
 /// Data that finds the queue full is dropped and becomes part of a loss at the end of the queue; losses that follow one
-/// another directly are one. Everything else is always taken: there is at most one loss between two data of a source,
-/// and beginnings and ends are as few as sources. A message larger than the bound is taken by an empty queue.
-/// Threads   not synchronised.
+/// another directly are one. Answers that find it full are dropped. Everything else is always taken: there is at most
+/// one loss between two data of a source, and beginnings and ends are as few as sources. A message larger than the
+/// bound is taken by an empty queue. Threads   not synchronised.
 class DeliveryQueue {
 public:
     explicit DeliveryQueue(std::size_t bytes_max)
@@ -46,7 +48,7 @@ public:
     /// Whether data with that payload would be taken now.
     bool has_room(std::size_t payload_bytes) const noexcept;
 
-    /// `delivery` is anything but a loss. False: it was data and has become a loss.
+    /// `delivery` is anything but a loss. False: it was data and has become a loss, or an answer and is dropped.
     bool push(Delivery delivery);
     void push_loss(std::shared_ptr<Receiver> receiver, SourcePtr source, std::uint32_t first, std::uint32_t last);
     std::optional<Delivery> pop();

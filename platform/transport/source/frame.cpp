@@ -19,7 +19,12 @@ std::size_t encoded_bytes(const WireMessage& m) noexcept
 
 bool known(std::uint8_t kind) noexcept
 {
-    return kind <= static_cast<std::uint8_t>(Kind::sync);
+    return kind <= static_cast<std::uint8_t>(Kind::request);
+}
+
+bool makes_sense(const WireMessage& m) noexcept
+{
+    return is_wire_topic(m.topic) && (m.kind != Kind::request || m.extra.size() == sizeof(std::uint64_t));
 }
 
 WireMessage read_message(ByteReader& in, std::uint8_t& kind)
@@ -40,6 +45,21 @@ WireMessage read_message(ByteReader& in, std::uint8_t& kind)
 }
 
 } // namespace
+
+std::array<char, sizeof(std::uint64_t)> encode_request_number(std::uint64_t number) noexcept
+{
+    std::array<char, sizeof(std::uint64_t)> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<char>(number >> (8 * i));
+    }
+    return bytes;
+}
+
+std::uint64_t request_number(const WireMessage& request)
+{
+    return ByteReader{{reinterpret_cast<const std::uint8_t*>(request.extra.data()), request.extra.size()}}
+        .number<std::uint64_t>();
+}
 
 bool is_wire_topic(std::string_view topic) noexcept
 {
@@ -107,14 +127,14 @@ bool decode_frame(ByteView bytes, Frame& out)
     for (std::size_t i = 0; i < count && in.ok(); ++i) {
         std::uint8_t kind = 0;
         WireMessage m = read_message(in, kind);
-        if (!known(kind)) {
-            ++out.unknown_kinds;
+        out.unknown_kinds += known(kind) ? 0U : 1U;
+        if (kind > numbered_kind_max) {
             continue;
         }
-        if (!is_wire_topic(m.topic)) {
+        m.kind = known(kind) ? static_cast<Kind>(kind) : Kind::numbered;
+        if (!makes_sense(m)) {
             return false;
         }
-        m.kind = static_cast<Kind>(kind);
         out.messages.push_back(m);
     }
     return in.ok() && in.at_end();

@@ -5,10 +5,12 @@
 ///     bytes,
 ///              topic, extra, payload
 ///
-/// Numbers are little-endian. `extra` belongs to the kind and is empty for those that exist; a kind that a reader does
-/// not know can be stepped over.
+/// Numbers are little-endian. `extra` belongs to the kind: of a request it is the request's number, u64, else empty.
+/// A kind that a reader does not know is stepped over: up to `numbered_kind_max` it takes a sequence number of its
+/// source, so that no loss appears where a newer sender says something else; above it does not.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -26,7 +28,10 @@ enum class Kind : std::uint8_t {
     data = 0,
     close = 1, ///< the source has ended; its sequence number is the one that the next message would have had
     sync = 2,  ///< the sequence number is the one that the next message will have
+    request = 3,
+    numbered = 127, ///< as received: one that is not known and takes a sequence number
 };
+inline constexpr std::uint8_t numbered_kind_max = 127;
 
 struct WireMessage {
     Kind kind = Kind::data;
@@ -36,6 +41,10 @@ struct WireMessage {
     std::string_view extra;
     std::string_view payload;
 };
+
+/// A request's number as `extra` carries it.
+std::array<char, sizeof(std::uint64_t)> encode_request_number(std::uint64_t number) noexcept;
+std::uint64_t request_number(const WireMessage& request);
 
 /// What check_topic_name accepts, told without an exception: a peer's mistake is nothing exceptional.
 bool is_wire_topic(std::string_view topic) noexcept;

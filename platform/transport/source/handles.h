@@ -9,6 +9,8 @@
 #include "event_queue.h"
 #include "options.h"
 #include "receiver.h"
+#include "request.h"
+#include "source_watch.h"
 
 struct lbm_event_queue {
     std::shared_ptr<qx::transport::EventQueue> queue;
@@ -25,6 +27,18 @@ struct lbm_wildcard_rcv {
     std::shared_ptr<qx::transport::Receiver> receiver;
     std::weak_ptr<qx::transport::Context> context;
     qx::transport::Options options;
+};
+
+struct lbm_src {
+    std::shared_ptr<qx::transport::LocalSource> source;
+    std::shared_ptr<qx::transport::SourceWatch> watch; ///< empty when the application gave no callback
+    std::weak_ptr<qx::transport::Context> context;
+};
+
+struct lbm_request {
+    std::shared_ptr<qx::transport::Request> request;
+    std::weak_ptr<qx::transport::Context> context;
+    std::uint64_t number = 0; ///< within its context
 };
 
 namespace qx::transport {

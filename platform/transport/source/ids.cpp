@@ -64,16 +64,19 @@ ContextId ContextId::make(const std::string& interface_name)
     return id;
 }
 
+std::string context_text(const ContextId& context)
+{
+    const std::span<const std::uint8_t, 16> id{context.bytes};
+    std::array<char, 64> text{};
+    const int length =
+        std::snprintf(text.data(), text.size(), "LBMDDS:%u.%u.%u.%u:%u:%08x%08x", id[0], id[1], id[2], id[3],
+                      big_endian(id.subspan<4, 4>()), big_endian(id.subspan<8, 4>()), big_endian(id.subspan<12, 4>()));
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
 std::string source_text(const SourceId& source, std::string_view topic)
 {
-    const std::span<const std::uint8_t, 16> id{source.context.bytes};
-    std::array<char, 96> head{};
-    const int length = std::snprintf(head.data(), head.size(), "LBMDDS:%u.%u.%u.%u:%u:%08x%08x:%u[", id[0], id[1],
-                                     id[2], id[3], big_endian(id.subspan<4, 4>()), big_endian(id.subspan<8, 4>()),
-                                     big_endian(id.subspan<12, 4>()), source.number);
-    std::string text{head.data(), static_cast<std::size_t>(length)};
-    text.append(topic).append("]");
-    return text;
+    return context_text(source.context) + ":" + std::to_string(source.number) + "[" + std::string{topic} + "]";
 }
 
 } // namespace qx::transport

@@ -34,6 +34,9 @@ struct SourceId {
     bool operator==(const SourceId&) const = default;
 };
 
+/// "LBMDDS:<address>:<pid>:<context>", e.g. "LBMDDS:127.0.0.1:4711:9f8e7d6c5b4a3f2e".
+std::string context_text(const ContextId& context);
+
 /// "LBMDDS:<address>:<pid>:<context>:<source number>[<topic>]", e.g. "LBMDDS:127.0.0.1:4711:9f8e7d6c5b4a3f2e:7[A.B]".
 std::string source_text(const SourceId& source, std::string_view topic);
 

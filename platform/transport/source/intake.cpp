@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "partition.h"
 #include "wire.h"
 #include "wire_qos.h"
 
@@ -15,9 +16,11 @@ constexpr std::chrono::seconds longest_wait{30};
 
 } // namespace
 
-Intake::Intake(dds_entity_t participant, Mailbox& out)
+Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder)
     : participant_(participant)
     , out_(out)
+    , requester_(requester)
+    , responder_(responder)
     , tracker_(*this)
     , frames_topic_(make_packet_topic(participant, frames_topic))
     , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
@@ -76,6 +79,15 @@ void Intake::remove(const std::string& partition)
     readers_.erase(found);
 }
 
+void Intake::hear_answers(const ContextId& self)
+{
+    const auto lock = lock_in_turn();
+    if (!answers_) {
+        answers_topic_ = make_packet_topic(participant_, answers_topic);
+        answers_ = make_reader(answers_topic_.get(), frames_qos(partition_of_requester(self)).get());
+    }
+}
+
 void Intake::run()
 {
     while (true) {
@@ -103,6 +115,7 @@ void Intake::drain_all()
     for (const auto& [partition, reader] : readers_) {
         drain_frames(reader);
     }
+    drain_answers();
     look_at_receivers();
     const auto now = Clock::now();
     tracker_.tick(now);
@@ -189,6 +202,19 @@ void Intake::drain_catalogue()
     }
 }
 
+void Intake::drain_answers()
+{
+    if (!answers_) {
+        return;
+    }
+    std::vector<Key> gone; // who answered and left has answered all the same
+    take_some(answers_->reader.get(), gone, [&](const Key& key, ByteView body, bool) {
+        if (std::optional<Delivery> delivery = requester_.receive(key.context, body)) {
+            out_.post(std::move(*delivery));
+        }
+    });
+}
+
 bool Intake::drain_frames(const Reader& reader)
 {
     std::vector<Key> gone;
@@ -225,12 +251,17 @@ void Intake::begun(const SourcePtr& source, std::uint32_t next)
     out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next), 0, 0, nullptr});
 }
 
-void Intake::data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload)
+void Intake::data(const SourcePtr& source, const WireMessage& m)
 {
-    if (source->arrivals.arrive(sequence + 1)) {
-        out_.post({Delivery::What::data, nullptr, source, Message::make(source, LBM_MSG_DATA, sequence, payload), 0, 0,
-                   nullptr});
+    if (!source->arrivals.arrive(m.sequence + 1)) {
+        return;
     }
+    const bool request = m.kind == Kind::request;
+    MessagePtr message = Message::make(source, request ? LBM_MSG_REQUEST : LBM_MSG_DATA, m.sequence, m.payload);
+    if (request) {
+        message->answer_through(responder_.handle_for(source->context, request_number(m)));
+    }
+    out_.post({Delivery::What::data, nullptr, source, std::move(message), 0, 0, nullptr});
 }
 
 void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last)

@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// What is posted to a closed mailbox is gone. False: data that became a loss.
+    /// What is posted to a closed mailbox is gone. False: see DeliveryQueue::push.
     bool post(Delivery delivery);
     void post_loss(std::shared_ptr<Receiver> receiver, SourcePtr source, std::uint32_t first, std::uint32_t last);
 

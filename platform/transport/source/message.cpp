@@ -4,6 +4,7 @@
 #include <new>
 
 #include "error.h"
+#include "responder.h"
 
 namespace qx::transport {
 
@@ -12,6 +13,14 @@ Message::Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noe
     : lbm_msg_t{message_type, 0, nullptr, 0, from->topic.c_str(), from->text.c_str(), sequence, nullptr}
     , source_(std::move(from))
 {
+}
+
+Message::~Message() = default;
+
+void Message::answer_through(std::unique_ptr<lbm_response> handle) noexcept
+{
+    response_ = std::move(handle);
+    response = response_.get();
 }
 
 Message::Ptr Message::make(SourcePtr from, int message_type, std::uint32_t sequence, std::string_view payload)

@@ -22,11 +22,20 @@ class Receiver;
 /// its texts.
 struct RemoteSource {
     RemoteSource(const SourceId& id, std::string_view topic_name)
-        : topic(topic_name)
+        : context(id.context)
+        , topic(topic_name)
         , text(source_text(id, topic))
     {
     }
+    /// A context that answers a request sent under that topic.
+    RemoteSource(const ContextId& answerer, std::string_view topic_name)
+        : context(answerer)
+        , topic(topic_name)
+        , text(context_text(answerer))
+    {
+    }
 
+    const ContextId context;
     const std::string topic;
     const std::string text;
 
@@ -59,6 +68,9 @@ public:
         retain();
         return Ptr{this};
     }
+    /// Of a request, before anybody else sees it.
+    void answer_through(std::unique_ptr<lbm_response> handle) noexcept;
+
     const SourcePtr& remote_source() const noexcept { return source_; }
 
     Message(const Message&) = delete;
@@ -66,9 +78,10 @@ public:
 
 private:
     Message(SourcePtr&& from, int message_type, std::uint32_t sequence) noexcept;
-    ~Message() = default;
+    ~Message();
 
     SourcePtr source_;
+    std::unique_ptr<lbm_response> response_;
     std::atomic<std::uint32_t> references_{1};
 };
 using MessagePtr = Message::Ptr;

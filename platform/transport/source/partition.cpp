@@ -10,9 +10,10 @@ bool is_plain(char c) noexcept
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' || c == '_';
 }
 
+constexpr std::string_view digits = "0123456789abcdef";
+
 std::string escaped(std::string_view token)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string safe = "t:"; // an empty token is not the nameless partition
     for (const char c : token) {
         if (is_plain(c)) {
@@ -32,6 +33,16 @@ std::string escaped(std::string_view token)
 std::string partition_of_topic(std::string_view topic)
 {
     return escaped(first_token(topic));
+}
+
+std::string partition_of_requester(const ContextId& context)
+{
+    std::string name = "r:";
+    for (const std::uint8_t byte : context.bytes) {
+        name += digits[byte >> 4U];
+        name += digits[byte & 0xFU];
+    }
+    return name;
 }
 
 std::string partition_of_prefix(std::string_view prefix)

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "ids.h"
+
 namespace qx::transport {
 
 /// The partition that a topic's messages travel in. Every character that partition names treat specially is escaped.
@@ -11,5 +13,8 @@ std::string partition_of_topic(std::string_view topic);
 
 /// The partition, with a wildcard where needed, of every topic that begins with the prefix.
 std::string partition_of_prefix(std::string_view prefix);
+
+/// The partition of the answers to a context's requests.
+std::string partition_of_requester(const ContextId& context);
 
 } // namespace qx::transport

@@ -4,6 +4,7 @@
 
 #include "last_words.h"
 #include "partition.h"
+#include "request.h"
 #include "source_watch.h"
 
 namespace qx::transport {
@@ -62,6 +63,9 @@ bool run_queued(Delivery& delivery)
 {
     if (delivery.what == Delivery::What::source_event) {
         return delivery.watch->run(static_cast<int>(delivery.first));
+    }
+    if (delivery.what == Delivery::What::answer) {
+        return delivery.request->run(*delivery.message);
     }
     const MessagePtr message = delivery.what == Delivery::What::loss
                                    ? loss_message(delivery.source, delivery.first, delivery.last)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "request.h"
 #include "source_watch.h"
 
 namespace qx::transport {
@@ -42,6 +43,9 @@ void Router::handle(Delivery& delivery)
         break;
     case Delivery::What::source_event:
         delivery.watch->deliver(static_cast<int>(delivery.first));
+        break;
+    case Delivery::What::answer:
+        delivery.request->deliver(*delivery.message);
         break;
     }
 }

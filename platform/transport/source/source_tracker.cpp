@@ -77,6 +77,8 @@ void SourceTracker::message(Context& context, const StreamId& stream, const Wire
     }
     switch (m.kind) {
     case Kind::data:
+    case Kind::request:
+    case Kind::numbered:
         data(*entry, m);
         break;
     case Kind::close:
@@ -118,7 +120,9 @@ void SourceTracker::data(Entry& entry, const WireMessage& m)
         return;
     }
     advance(entry, m.sequence);
-    out_.data(entry.source, m.sequence, m.payload);
+    if (m.kind != Kind::numbered) {
+        out_.data(entry.source, m);
+    }
     entry.next = m.sequence + 1;
 }
 

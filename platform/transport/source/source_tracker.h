@@ -40,7 +40,8 @@ public:
     virtual ~SourceEvents() = default;
     /// `next` is the number of the first message if it is known, else 0.
     virtual void begun(const SourcePtr& source, std::uint32_t next) = 0;
-    virtual void data(const SourcePtr& source, std::uint32_t sequence, std::string_view payload) = 0;
+    /// Data or a request, with its sequence number.
+    virtual void data(const SourcePtr& source, const WireMessage& message) = 0;
     virtual void lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last) = 0;
     virtual void ended(const SourcePtr& source, std::uint32_t next) = 0;
 };

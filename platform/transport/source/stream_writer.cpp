@@ -28,12 +28,25 @@ StreamWriter::StreamWriter(dds_entity_t participant, dds_entity_t topic, const S
 
 void StreamWriter::send(LocalSource& source, std::string_view payload, const SendWait& wait)
 {
+    accept(source, {Kind::data, source.number, 0, source.topic, {}, payload}, wait);
+}
+
+void StreamWriter::send_request(LocalSource& source, std::uint64_t number, std::string_view payload,
+                                const SendWait& wait)
+{
+    const auto extra = encode_request_number(number);
+    accept(source, {Kind::request, source.number, 0, source.topic, {extra.data(), extra.size()}, payload}, wait);
+}
+
+void StreamWriter::accept(LocalSource& source, WireMessage message, const SendWait& wait)
+{
     Lock lock{mutex_};
-    make_room(lock, {Kind::data, 0, 0, source.topic, {}, payload}, wait);
+    make_room(lock, message, wait);
     if (source.closed) {
         throw TransportError(LBM_EOP, "the source is closed");
     }
-    append({Kind::data, source.number, source.next, source.topic, {}, payload}, wait.flush);
+    message.sequence = source.next;
+    append(message, wait.flush);
     ++source.next;
 }
 

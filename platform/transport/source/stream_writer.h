@@ -51,6 +51,7 @@ public:
     /// Accepts a message; after a failure it has consumed no sequence number. Throws TransportError: LBM_EWOULDBLOCK
     /// and LBM_ETIMEDOUT for want of room, LBM_EOP when stream or source is closed, LBM_EOS.
     void send(LocalSource& source, std::string_view payload, const SendWait& wait);
+    void send_request(LocalSource& source, std::uint64_t number, std::string_view payload, const SendWait& wait);
 
     /// Closes the source, whatever happens, and sends its end; throws as `send`. Twice is harmless.
     void end(LocalSource& source, const SendWait& wait);
@@ -72,6 +73,7 @@ public:
 private:
     using Lock = std::unique_lock<std::mutex>;
 
+    void accept(LocalSource& source, WireMessage message, const SendWait& wait);
     void make_room(Lock& lock, const WireMessage& like, const SendWait& wait);
     void append(const WireMessage& message, bool at_once);
     void arm(std::chrono::steady_clock::time_point when);

@@ -4,8 +4,11 @@
 
 namespace qx::transport {
 
-Subscriber::Subscriber(dds_entity_t participant, std::size_t queue_bytes_max)
+Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max,
+                       Responder& responder)
     : participant_(participant)
+    , self_(self)
+    , responder_(responder)
     , delivering_(std::make_shared<Delivering>(queue_bytes_max))
 {
 }
@@ -24,7 +27,7 @@ void Subscriber::start()
                              }
                          }};
     }
-    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox);
+    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_);
 }
 
 void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
@@ -68,6 +71,22 @@ void Subscriber::unwatch(const std::shared_ptr<SourceWatch>& source)
     }
 }
 
+std::uint64_t Subscriber::open(const std::shared_ptr<Request>& request)
+{
+    const std::lock_guard lock{mutex_};
+    if (closed_) {
+        throw TransportError(LBM_EOP, "the context is deleted");
+    }
+    start();
+    intake_->hear_answers(self_);
+    return requester_.open(request);
+}
+
+void Subscriber::forget(std::uint64_t request)
+{
+    requester_.forget(request);
+}
+
 void Subscriber::close()
 {
     std::unordered_set<std::shared_ptr<SourceWatch>> watches;
@@ -90,6 +109,7 @@ void Subscriber::close()
     for (const auto& watch : watches) {
         watch->close();
     }
+    requester_.close();
     intake.reset();
     thread.finish();
 }

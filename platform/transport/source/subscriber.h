@@ -1,6 +1,7 @@
 /// The receiving half of a context: its receivers, and the thread that calls them.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <unordered_set>
@@ -8,15 +9,18 @@
 #include "intake.h"
 #include "mailbox.h"
 #include "receiver.h"
+#include "requester.h"
+#include "responder.h"
 #include "router.h"
 #include "thread.h"
 
 namespace qx::transport {
 
-/// Threads   any; nothing here is started before the first receiver or watch.
+/// Threads   any; nothing here is started before the first receiver, watch or request.
 class Subscriber {
 public:
-    Subscriber(dds_entity_t participant, std::size_t queue_bytes_max);
+    /// `responder` must outlive `close`.
+    Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max, Responder& responder);
 
     /// From now on the receiver is called. Throws TransportError.
     void attach(const std::shared_ptr<Receiver>& receiver);
@@ -30,7 +34,14 @@ public:
     /// The watch must be closed before.
     void unwatch(const std::shared_ptr<SourceWatch>& source);
 
-    /// Closes every receiver and watch and stops. May be called from a callback; twice is harmless.
+    /// From now on answers to the request are delivered; gives the number that they are to bear. Throws
+    /// TransportError.
+    std::uint64_t open(const std::shared_ptr<Request>& request);
+
+    /// The request must be closed before.
+    void forget(std::uint64_t request);
+
+    /// Closes every receiver, watch and request and stops. May be called from a callback; twice is harmless.
     void close();
 
 private:
@@ -48,6 +59,9 @@ private:
     void start();
 
     const dds_entity_t participant_;
+    const ContextId self_;
+    Responder& responder_;
+    Requester requester_;
     std::shared_ptr<Delivering> delivering_;
     std::mutex mutex_;
     std::unordered_set<std::shared_ptr<Receiver>> receivers_;

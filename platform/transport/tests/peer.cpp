@@ -1,8 +1,11 @@
-/// A sending process for tests: does what it is told on standard input, one command a line, and answers each with "ok"
-/// or "failed: <reason>".
+/// A sending, asking and answering process for tests: does what it is told on standard input, one command a line, and
+/// answers each with "ok" or "failed: <reason>".
 ///
 ///     peer <domain tag> <lease in ms>
 ///     source <topic> | send <topic> <count> | close <topic> | delete
+///     respond <topic>            answer each request with its own bytes
+///     request <topic> <count>    each with its number, from 0
+///     answers <topic> <count>    wait for so many answers altogether
 ///
 /// It ends when the input does, without deleting anything: a clean end is to be asked for.
 #include <cstdlib>
@@ -11,8 +14,10 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/context_fixture.h"
+#include "support/requests.h"
 
 namespace {
 
@@ -34,6 +39,12 @@ public:
             sources_[topic] = test::make_source(ctx_, topic);
         } else if (verb == "send") {
             send(topic, count);
+        } else if (verb == "respond") {
+            respond(topic);
+        } else if (verb == "request") {
+            request(topic, count);
+        } else if (verb == "answers") {
+            test::check(answers_[topic].wait_for(LBM_MSG_RESPONSE, count) ? LBM_OK : LBM_FAILURE);
         } else if (verb == "close") {
             sources_.erase(topic);
         } else if (verb == "delete") {
@@ -51,7 +62,29 @@ private:
         }
     }
 
+    void respond(const std::string& topic)
+    {
+        requests_[topic].then = [](lbm_msg_t& msg) {
+            if (msg.type == LBM_MSG_REQUEST) {
+                test::check(lbm_send_response(msg.response, msg.data, msg.len, LBM_MSG_FLUSH));
+            }
+        };
+        receivers_[topic] = test::make_receiver(ctx_, topic, requests_[topic]);
+    }
+
+    void request(const std::string& topic, std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::string number = std::to_string(open_.size());
+            open_.push_back(test::send_request(sources_.at(topic), number, answers_[topic]));
+        }
+    }
+
     test::ContextHandle ctx_;
+    std::map<std::string, test::Recorder> requests_;
+    std::map<std::string, test::Recorder> answers_;
+    std::map<std::string, test::ReceiverHandle> receivers_;
+    std::vector<test::RequestHandle> open_;
     std::map<std::string, test::SourceHandle> sources_;
     std::map<std::string, std::size_t> sent_;
 };

@@ -16,9 +16,11 @@ namespace {
 class Log : public SourceEvents {
 public:
     void begun(const SourcePtr& s, std::uint32_t next) override { add("begun", s) += " " + std::to_string(next); }
-    void data(const SourcePtr& s, std::uint32_t n, std::string_view payload) override
+    void data(const SourcePtr& s, const WireMessage& m) override
     {
-        add("data", s).append(" " + std::to_string(n) + " ").append(payload);
+        add(m.kind == Kind::request ? "request" : "data", s)
+            .append(" " + std::to_string(m.sequence) + " ")
+            .append(m.payload);
     }
     void lost(const SourcePtr& s, std::uint32_t first, std::uint32_t last) override
     {

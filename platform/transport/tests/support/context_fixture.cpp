@@ -69,6 +69,11 @@ int Recorder::callback(lbm_rcv_t*, lbm_msg_t* msg, void* recorder)
     return 0;
 }
 
+int Recorder::on_answer(lbm_request_t*, lbm_msg_t* msg, void* recorder)
+{
+    return callback(nullptr, msg, recorder);
+}
+
 std::vector<Seen> Recorder::seen() const
 {
     const std::lock_guard lock{mutex_};
@@ -89,12 +94,12 @@ std::size_t Recorder::count(int type, const std::string& topic) const
         std::count_if(seen_.begin(), seen_.end(), [&](const Seen& s) { return s.type == type && s.topic == topic; }));
 }
 
-std::vector<std::string> Recorder::payloads() const
+std::vector<std::string> Recorder::payloads(int type) const
 {
     const std::lock_guard lock{mutex_};
     std::vector<std::string> data;
     for (const Seen& s : seen_) {
-        if (s.type == LBM_MSG_DATA) {
+        if (s.type == type) {
             data.push_back(s.payload);
         }
     }

@@ -53,6 +53,7 @@ std::ostream& operator<<(std::ostream& out, const Seen& seen);
 class Recorder {
 public:
     static int callback(lbm_rcv_t* rcv, lbm_msg_t* msg, void* recorder);
+    static int on_answer(lbm_request_t* req, lbm_msg_t* msg, void* recorder);
 
     /// Runs within each callback, after it was recorded.
     std::function<void(lbm_msg_t&)> then;
@@ -60,7 +61,7 @@ public:
     std::vector<Seen> seen() const;
     std::size_t count(int type) const;
     std::size_t count(int type, const std::string& topic) const;
-    std::vector<std::string> payloads() const; ///< of data
+    std::vector<std::string> payloads(int type = LBM_MSG_DATA) const;
 
     /// Whether the condition came true in time.
     bool wait(const std::function<bool()>& condition) const;

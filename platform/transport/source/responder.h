@@ -1,0 +1,81 @@
+/// The answering half of a context: a writer for each requester that it has heard of.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <lbm/lbm.h>
+
+#include "answer_writer.h"
+#include "dds_entity.h"
+#include "flusher.h"
+#include "ids.h"
+
+namespace qx::transport {
+
+/// So many requesters keep their writers when they ask no more; beyond that the least recently used are closed, and
+/// opened again when somebody answers.
+inline constexpr std::size_t idle_answer_writers_max = 64;
+
+/// Nor may requesters that do not acknowledge make us keep writers without end.
+inline constexpr std::size_t answer_writers_max = 1'024;
+
+/// A writer is opened when a request arrives, not when it is answered: mostly the engine has found the requester by
+/// then.
+/// Threads   any.
+class Responder : public Flushable, public std::enable_shared_from_this<Responder> {
+public:
+    Responder(dds_entity_t participant, const ContextId& self, AnswerPolicy policy, Flusher& flusher);
+
+    /// What a request message is answered on; it may outlive the context.
+    std::unique_ptr<lbm_response> handle_for(const ContextId& requester, std::uint64_t request);
+
+    /// Throws TransportError, see AnswerWriter::send.
+    void send(lbm_response& response, std::string_view payload, const SendWait& wait);
+
+    /// Sends that wait give up, later ones fail.
+    void stop() noexcept;
+
+    /// Stops, waits at most until the deadline for requesters to have it all, and closes. Twice is harmless.
+    void close(std::chrono::steady_clock::time_point deadline) noexcept;
+
+    std::size_t open_writers() const;
+
+    /// Looks for requesters that are gone.
+    std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
+
+private:
+    using WriterPtr = std::shared_ptr<AnswerWriter>;
+
+    WriterPtr writer_for(const ContextId& requester);
+    void open(const WriterPtr& writer);
+    void make_room();
+    void forget_vanished();
+
+    const dds_entity_t participant_;
+    const ContextId self_;
+    const AnswerPolicy policy_;
+    Flusher& flusher_;
+    mutable std::mutex mutex_;
+    DdsEntity topic_;
+    std::unordered_map<ContextId, std::weak_ptr<AnswerWriter>> known_; ///< closed ones live by their messages
+    std::vector<WriterPtr> open_;
+    bool armed_ = false;
+    bool stopped_ = false;
+};
+
+} // namespace qx::transport
+
+/// Shared by all receivers of one request message, which owns it.
+struct lbm_response {
+    std::shared_ptr<qx::transport::Responder> responder;
+    std::shared_ptr<qx::transport::AnswerWriter> writer;
+    qx::transport::AnswerTo to;
+};
