@@ -38,7 +38,10 @@ Responder::WriterPtr Responder::writer_for(const ContextId& requester)
             return writer;
         }
     }
-    std::erase_if(known_, [](const auto& item) { return item.second.expired(); });
+    if (known_.size() >= known_looked_at_) {
+        std::erase_if(known_, [](const auto& item) { return item.second.expired(); });
+        known_looked_at_ = 2 * known_.size() + idle_answer_writers_max;
+    }
     auto writer = std::make_shared<AnswerWriter>(self_, requester, policy_, flusher_);
     known_.insert_or_assign(requester, writer);
     return writer;

@@ -66,6 +66,7 @@ private:
     mutable std::mutex mutex_;
     DdsEntity topic_;
     std::unordered_map<ContextId, std::weak_ptr<AnswerWriter>> known_; ///< closed ones live by their messages
+    std::size_t known_looked_at_ = 0; ///< from that size on, those that are no more are looked for
     std::vector<WriterPtr> open_;
     bool armed_ = false;
     bool stopped_ = false;

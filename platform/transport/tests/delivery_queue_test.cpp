@@ -18,6 +18,11 @@ protected:
         auto message = qx::transport::Message::make(source, LBM_MSG_DATA, sequence, std::string(size, 'x'));
         return queue.push({Delivery::What::data, nullptr, source, std::move(message), 0, 0, nullptr});
     }
+    bool push_answer(std::size_t size)
+    {
+        auto message = qx::transport::Message::make(a, LBM_MSG_RESPONSE, 0, std::string(size, 'x'));
+        return queue.push({Delivery::What::answer, nullptr, a, std::move(message), 0, 0, nullptr});
+    }
     std::vector<std::string> pop_all()
     {
         std::vector<std::string> lines;
@@ -40,6 +45,16 @@ TEST_F(DeliveryQueueTest, GivenRoom_WhenPushed_ThenEverythingComesOutInOrder)
     EXPECT_TRUE(push_data(b, 0));
     queue.push_loss(nullptr, a, 1, 2);
     EXPECT_THAT(pop_all(), ElementsAre("data 0", "data 0", "lost 1-2"));
+    EXPECT_EQ(queue.bytes(), 0U);
+}
+
+TEST_F(DeliveryQueueTest, GivenAFullQueue_WhenAnAnswerComes_ThenItIsDroppedWithoutALoss)
+{
+    EXPECT_TRUE(push_answer(900));
+    EXPECT_FALSE(push_answer(100));
+    EXPECT_EQ(queue.dropped(), 1U);
+    EXPECT_EQ(queue.size(), 1U);
+    EXPECT_TRUE(queue.pop());
     EXPECT_EQ(queue.bytes(), 0U);
 }
 

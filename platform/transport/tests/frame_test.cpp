@@ -95,6 +95,39 @@ TEST(FrameCodec, GivenAnUnknownKind_WhenDecoded_ThenItIsSteppedOverAndCounted)
     EXPECT_EQ(frame.messages[0].source, 9U);
 }
 
+TEST(FrameCodec, GivenAnUnknownKindThatIsNumbered_WhenDecoded_ThenItsSourceAndNumberAreKept)
+{
+    Bytes bytes = encode({example});
+    bytes[12] = numbered_kind_max;
+    Frame frame;
+    ASSERT_TRUE(decode_frame(bytes, frame));
+    EXPECT_EQ(frame.unknown_kinds, 1U);
+    ASSERT_EQ(frame.messages.size(), 1U);
+    EXPECT_EQ(frame.messages[0].kind, Kind::numbered);
+    EXPECT_EQ(frame.messages[0].sequence, example.sequence);
+    bytes[12] = numbered_kind_max + 1;
+    ASSERT_TRUE(decode_frame(bytes, frame));
+    EXPECT_THAT(frame.messages, IsEmpty());
+}
+
+TEST(FrameCodec, GivenARequest_WhenEncodedAndDecoded_ThenItsNumberIsTheSame)
+{
+    const auto extra = encode_request_number(0xFEDCBA9876543210);
+    const Bytes bytes = encode({{Kind::request, 3, 4, "A.B", {extra.data(), extra.size()}, "?"}});
+    Frame frame;
+    ASSERT_TRUE(decode_frame(bytes, frame));
+    ASSERT_EQ(frame.messages.size(), 1U);
+    EXPECT_EQ(frame.messages[0].kind, Kind::request);
+    EXPECT_EQ(request_number(frame.messages[0]), 0xFEDCBA9876543210);
+}
+
+TEST(FrameCodec, GivenARequestWhoseNumberHasAnotherSize_WhenDecoded_ThenTheFrameIsRefused)
+{
+    EXPECT_FALSE(decodes(encode({{Kind::request, 3, 4, "A.B", "", "?"}})));
+    EXPECT_FALSE(decodes(encode({{Kind::request, 3, 4, "A.B", "1234567", "?"}})));
+    EXPECT_FALSE(decodes(encode({{Kind::request, 3, 4, "A.B", "123456789", "?"}})));
+}
+
 TEST(FrameCodec, GivenTopicsThatAreNone_WhenDecoded_ThenTheFrameIsRefused)
 {
     EXPECT_FALSE(decodes(encode({{Kind::data, 0, 0, "", "", ""}})));

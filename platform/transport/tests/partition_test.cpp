@@ -22,6 +22,12 @@ TEST(Partition, GivenPrefixes_WhenNamed_ThenOnlyAWholeTokenNeedsNoWildcard)
     EXPECT_EQ(partition_of_prefix(""), "t:*");
 }
 
+TEST(Partition, GivenAContext_WhenItsAnswersAreRouted_ThenThePartitionIsItsIdInHex)
+{
+    EXPECT_EQ(partition_of_requester(ContextId{{0x7f, 0, 0, 1, 0, 0, 0x12, 0xAB}}),
+              "r:7f000001000012ab0000000000000000");
+}
+
 TEST(Domain, GivenATagWithMarkup_WhenConfigured_ThenItIsEscaped)
 {
     Options options{Scope::context};

@@ -2,42 +2,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <algorithm>
+#include <memory>
 #include <thread>
 
-#include "support/context_fixture.h"
-#include "support/requests.h"
+#include "support/request_fixture.h"
 
 using namespace testing;
 
 namespace {
 
-/// A requester and a responder that have met. What the responder keeps can be answered at leisure.
-class RequestTest : public Test {
-protected:
-    RequestTest() { test::connect(source, requests, "ASK.A"); }
-
-    /// Sends a request and waits until it has arrived; gives its position in `kept`.
-    std::size_t ask(const std::string& payload = "?", lbm_event_queue_t* evq = nullptr)
-    {
-        const std::size_t before = kept.size();
-        open.push_back(test::send_request(source, payload, answers, evq));
-        if (!requests.wait([&] { return kept.size() > before; })) {
-            throw std::runtime_error("the request did not arrive");
-        }
-        return before;
-    }
-    bool answered(std::size_t times = 1) const { return answers.wait_for(LBM_MSG_RESPONSE, times); }
-
-    test::Recorder requests;
-    test::Recorder answers;
-    test::ContextHandle asking = test::make_context();
-    test::ContextHandle answering = test::make_context();
-    test::KeptRequests kept{requests};
-    test::ReceiverHandle receiver = test::make_receiver(answering, "ASK.A", requests);
-    test::SourceHandle source = test::make_source(asking, "ASK.A");
-    std::vector<test::RequestHandle> open;
-};
+using RequestTest = test::Asking;
 
 TEST_F(RequestTest, GivenAReceiver_WhenARequestIsSent_ThenItComesInOrderWithDataAndCanBeAnswered)
 {
@@ -81,6 +56,121 @@ TEST_F(RequestTest, GivenAResponder_WhenItAnswersWithinItsCallback_ThenTheAnswer
     open.push_back(test::send_request(source, "?", answers));
     ASSERT_TRUE(answered());
     EXPECT_THAT(answers.payloads(LBM_MSG_RESPONSE), ElementsAre("at once"));
+}
+
+TEST_F(RequestTest, GivenRequestsInFlight_WhenEachIsAnswered_ThenEachGetsItsOwnAnswer)
+{
+    requests.then = [](lbm_msg_t& msg) {
+        if (msg.type == LBM_MSG_REQUEST) {
+            EXPECT_EQ(test::answer(msg.response, std::string{msg.data, msg.len}, 0), LBM_OK);
+        }
+    };
+    std::vector<std::unique_ptr<test::Recorder>> each;
+    for (int i = 0; i < 1'000; ++i) {
+        each.push_back(std::make_unique<test::Recorder>());
+        open.push_back(test::send_request(source, std::to_string(i), *each.back()));
+    }
+    for (std::size_t i = 0; i < each.size(); ++i) {
+        ASSERT_TRUE(each[i]->wait_for(LBM_MSG_RESPONSE)) << i;
+        EXPECT_THAT(each[i]->payloads(LBM_MSG_RESPONSE), ElementsAre(std::to_string(i)));
+    }
+}
+
+TEST_F(RequestTest, GivenManyAnswersThatMayWait_WhenSent_ThenAllComeInOrder)
+{
+    ask();
+    constexpr std::size_t count = 2'000;
+    for (std::size_t i = 0; i < count; ++i) {
+        ASSERT_EQ(test::answer(kept.response(0), std::to_string(i), 0), LBM_OK);
+    }
+    ASSERT_TRUE(answered(count));
+    const auto seen = answers.seen();
+    for (std::size_t i = 0; i < count; ++i) {
+        ASSERT_EQ(seen[i].payload, std::to_string(i));
+        ASSERT_EQ(seen[i].sequence, i);
+    }
+}
+
+TEST_F(RequestTest, GivenALargeAnswer_WhenSent_ThenItComesUnchanged)
+{
+    ask();
+    std::string large(1U << 20U, 'x');
+    large.back() = 'y';
+    ASSERT_EQ(test::answer(kept.response(0), large), LBM_OK);
+    ASSERT_TRUE(answered());
+    EXPECT_TRUE(answers.payloads(LBM_MSG_RESPONSE).front() == large);
+}
+
+TEST_F(RequestTest, GivenAKeptRequest_WhenAnsweredFromManyThreads_ThenEveryAnswerComesOnce)
+{
+    ask();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 25; ++i) {
+                EXPECT_EQ(test::answer(kept.response(0), std::to_string(25 * t + i), 0), LBM_OK);
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    ASSERT_TRUE(answered(100));
+    auto payloads = answers.payloads(LBM_MSG_RESPONSE);
+    std::sort(payloads.begin(), payloads.end());
+    EXPECT_EQ(std::unique(payloads.begin(), payloads.end()) - payloads.begin(), 100);
+}
+
+TEST_F(RequestTest, GivenTwoReceiversInTheContext_WhenBothAnswer_ThenTheirAnswersAreNumberedTogether)
+{
+    test::Recorder others;
+    test::KeptRequests other{others};
+    const auto wildcard = test::make_wildcard(answering, "ASK\\..*", others);
+    ASSERT_TRUE(others.wait_for(LBM_MSG_BOS));
+    ask();
+    ASSERT_TRUE(others.wait([&] { return other.size() == 1; }));
+    EXPECT_EQ(test::answer(kept.response(0), "a"), LBM_OK);
+    EXPECT_EQ(test::answer(other.response(0), "b"), LBM_OK);
+    ASSERT_TRUE(answered(2));
+    EXPECT_EQ(answers.seen()[1].sequence, 1U);
+}
+
+TEST_F(RequestTest, GivenADeletedReceiver_WhenARequestItKeptIsAnswered_ThenTheAnswerComes)
+{
+    ask();
+    receiver.reset();
+    EXPECT_EQ(test::answer(kept.response(0), "still"), LBM_OK);
+    EXPECT_TRUE(answered());
+}
+
+TEST_F(RequestTest, GivenADeletedContext_WhenARequestItKeptIsAnswered_ThenTheCallFails)
+{
+    ask();
+    answering.reset();
+    EXPECT_EQ(test::answer(kept.response(0), "too late"), LBM_FAILURE);
+    EXPECT_EQ(lbm_errnum(), LBM_EOP);
+    EXPECT_STREQ(lbm_errmsg(), "lbm_send_response(): the context is deleted");
+    asking.reset();
+    EXPECT_EQ(test::answer(kept.response(0), "too late"), LBM_FAILURE);
+}
+
+TEST_F(RequestTest, GivenARequesterThatIsDeleted_WhenAnswered_ThenTheCallFailsSoon)
+{
+    ask();
+    ASSERT_EQ(test::answer(kept.response(0), "first"), LBM_OK);
+    ASSERT_TRUE(answered());
+    asking.reset();
+    EXPECT_TRUE(answers.wait([&] { return test::answer(kept.response(0), "too late") == LBM_FAILURE; }));
+    EXPECT_EQ(lbm_errnum(), LBM_EOP);
+    EXPECT_STREQ(lbm_errmsg(), "lbm_send_response(): the requester is gone");
+}
+
+TEST_F(RequestTest, GivenAnAnswerAndThenTheEndOfItsContext_WhenSent_ThenTheAnswerStillComes)
+{
+    ask();
+    ASSERT_EQ(test::answer(kept.response(0), "last words"), LBM_OK);
+    answering.reset();
+    EXPECT_TRUE(answered());
 }
 
 } // namespace

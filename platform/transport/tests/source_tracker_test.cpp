@@ -77,6 +77,18 @@ TEST_F(SourceTrackerTest, GivenAListedSource_WhenItsDataComes_ThenItHasBegunOnce
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
 }
 
+TEST_F(SourceTrackerTest, GivenARequestBetweenData_WhenItComes_ThenItIsNumberedWithThem)
+{
+    frame(0, {data(0), {Kind::request, 7, 1, "T", "12345678", "?"}, data(2)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "request T 1 ?", "data T 2 x"));
+}
+
+TEST_F(SourceTrackerTest, GivenANumberedMessageOfAnUnknownKind_WhenDataFollows_ThenNothingIsLost)
+{
+    frame(0, {data(0), {Kind::numbered, 7, 1, "T", "", "new"}, data(2)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 2 x"));
+}
+
 TEST_F(SourceTrackerTest, GivenAGapOfOne_WhenTheNextDataComes_ThenTheLossStandsBeforeIt)
 {
     frame(0, {data(0), data(2)});

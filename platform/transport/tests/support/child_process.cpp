@@ -78,6 +78,12 @@ void ChildProcess::signal(int number) const
     kill(pid_, number);
 }
 
+void ChildProcess::stop() const
+{
+    signal(SIGSTOP);
+    waitpid(pid_, nullptr, WUNTRACED);
+}
+
 int ChildProcess::finish()
 {
     input_.reset();

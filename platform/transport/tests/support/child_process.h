@@ -24,6 +24,9 @@ public:
 
     void signal(int number) const;
 
+    /// Stops the child and waits until it stands still.
+    void stop() const;
+
     /// Closes the child's input and waits for its end; gives the wait status.
     int finish();
 
