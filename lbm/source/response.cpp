@@ -1,6 +1,7 @@
 #include <lbm/response.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <ctime>
 #include <ostream>
 
@@ -29,7 +30,7 @@ void SleepFor(timespec interval) noexcept
 struct Attempt {
     const String& requestId;
     int retrySleepMs;
-    int retriesRemaining;
+    std::int64_t retriesRemaining; ///< one below the lowest int must not wrap
     int maxRetries;
     const char* source;
     const char* topicName;

@@ -12,13 +12,13 @@
 namespace lbm::test {
 
 /// A statement as every one of the wrapper is: id 0, key-value text, no source, no handler, the wrapper's fixed file.
-inline auto Statement(qx::logging::LogLevel level, int line, const std::string& text)
+inline auto Statement(qx::logging::LogLevel level, int line, const std::string& text, const std::string& source = "")
 {
     using qx::test::CapturedStatement;
     using ::testing::Field;
     return ::testing::AllOf(Field("level", &CapturedStatement::level, level), Field("id", &CapturedStatement::id, 0U),
                             Field("decodeType", &CapturedStatement::decodeType, qx::logging::QXLOG_DECODE_AS_KV),
-                            Field("source", &CapturedStatement::source, ""),
+                            Field("source", &CapturedStatement::source, source),
                             Field("file", &CapturedStatement::file, "lbm/include/lbm/lbm_cpp"),
                             Field("line", &CapturedStatement::line, line),
                             Field("text", &CapturedStatement::text, text),

@@ -6,6 +6,7 @@
 #include <lbm/attributes.h>
 #include <lbm/error.h>
 #include <lbm/handle.h>
+#include <lbm/triage_source.h> // for the order of static objects: see there
 
 namespace lbm {
 

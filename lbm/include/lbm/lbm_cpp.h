@@ -10,3 +10,4 @@
 #include <lbm/receiver.h>
 #include <lbm/response.h>
 #include <lbm/triage_handler.h>
+#include <lbm/triage_source.h>

@@ -22,14 +22,11 @@
 #include <lbm/event_queue.h>
 #include <lbm/message.h>
 #include <lbm/receiver.h>
+#include <lbm/triage_source.h>
 
 namespace lbm {
 
 class Context;
-
-/// Named by the handler's own log statements. In the header, so that it is made before, and gone after, the static
-/// contexts of every file that includes it.
-inline const qx::logging::ConstSourcePtr th_log = qx::logging::MakeSource("lbm_triage_handler");
 
 /// Threads   all operations save construction, Initialize and destruction may be called from any thread. Requests are
 ///           handled on the thread of the context that carries the receivers, or on the handler's own, "lbm_th_evq".
