@@ -91,6 +91,18 @@ public:
     bool post(const std::string& topicOrPattern, lbm_msg_t* msg);
     /// How many receivers for that topic or pattern are alive.
     int receivers(const std::string& topicOrPattern) const;
+
+    // ---- Sources and requests ----
+    /// Tells the source that was made last for that topic of an event, on this thread. False when there is no such
+    /// source, or it does not want to be told.
+    bool tell_source(const std::string& topic, int event);
+    /// What the n-th request made since this double carries, 1 being the first. Empty when it is deleted, or there is
+    /// none yet.
+    std::string request(int n) const;
+    /// Calls back the n-th request on this thread with an answer from that source. False when it is deleted, or there
+    /// is none yet.
+    bool answer(int n, const std::string& payload, const std::string& source = "RESPONDER",
+                std::uint32_t sequenceNumber = 0);
 };
 
 } // namespace qx::test

@@ -32,6 +32,15 @@ void copy_context_options(lbm_context& made, const lbm_context_attr_t* attr)
     }
 }
 
+auto source_as(const lbm_topic* topic, lbm_src_cb_proc callback, void* clientd)
+{
+    return [=](lbm_src& made) {
+        made.topic = topic->options.at("name");
+        made.callback = callback;
+        made.clientd = clientd;
+    };
+}
+
 template <class T>
 auto receiver_as(const char* topic, lbm_rcv_cb_proc callback, void* clientd, lbm_event_queue_t* queue)
 {
@@ -136,8 +145,7 @@ int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* nam
 int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq)
 {
-    return create(
-        __func__, "src", src, [](lbm_src&) {}, ctx, topic, proc, clientd, evq);
+    return create(__func__, "src", src, source_as(topic, proc, clientd), ctx, topic, proc, clientd, evq);
 }
 
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
@@ -148,6 +156,23 @@ int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
 int lbm_src_delete(lbm_src_t* src)
 {
     return destroy(__func__, src);
+}
+
+int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size_t length, lbm_request_cb_proc proc,
+                     void* clientd, lbm_event_queue_t* evq, int flags)
+{
+    const auto prepare = [&](lbm_request& made) {
+        made.topic = src->topic;
+        made.payload.assign(data, length);
+        made.callback = proc;
+        made.clientd = clientd;
+    };
+    return create(__func__, "request", req, prepare, src, std::string(data, length), proc, clientd, evq, flags);
+}
+
+int lbm_request_delete(lbm_request_t* req)
+{
+    return destroy(__func__, req);
 }
 
 int lbm_msg_retain(lbm_msg_t* msg)

@@ -37,7 +37,17 @@ struct lbm_wildcard_rcv_attr : qx::test::details::Object {};
 struct lbm_src_topic_attr : qx::test::details::Object {};
 struct lbm_context : qx::test::details::Object {};
 struct lbm_topic : qx::test::details::Object {};
-struct lbm_src : qx::test::details::Object {};
+struct lbm_src : qx::test::details::Object {
+    std::string topic;
+    lbm_src_cb_proc callback = nullptr;
+    void* clientd = nullptr;
+};
+struct lbm_request : qx::test::details::Object {
+    std::string topic;
+    std::string payload;
+    lbm_request_cb_proc callback = nullptr;
+    void* clientd = nullptr;
+};
 struct lbm_rcv : qx::test::details::ReceiverObject {};
 struct lbm_wildcard_rcv : qx::test::details::ReceiverObject {};
 struct lbm_response : qx::test::details::Object {};
