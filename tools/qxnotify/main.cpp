@@ -2,5 +2,5 @@
 
 int main(int argc, char** argv)
 {
-    return qx::tool::to_int(qx::tool::run_qxnotify(argc, argv));
+    return qx::tool::run_qxnotify(argc, argv);
 }

@@ -7,6 +7,9 @@
 
 namespace qx::tool {
 
+/// The context that listeners are configured by; who sends to them meets them in the same domain.
+inline constexpr const char* price_context_name = "PriceEnvironmentContext";
+
 inline constexpr std::string_view topic_prefix = "qxnotify.public.pds.native.";
 
 namespace data_type {

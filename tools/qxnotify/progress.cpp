@@ -33,13 +33,28 @@ std::string render_progress(const ProgressState& state)
 
 void Progress::show(const ProgressState& state)
 {
-    const auto now = std::chrono::steady_clock::now();
-    if (!m_enabled || now < m_next) {
-        return;
+    if (is_due()) {
+        draw(render_progress(state));
     }
-    write_all(STDERR_FILENO, "\r\x1b[K" + render_progress(state));
+}
+
+void Progress::show(const std::string& line)
+{
+    if (is_due()) {
+        draw(line);
+    }
+}
+
+bool Progress::is_due() const
+{
+    return m_enabled && std::chrono::steady_clock::now() >= m_next;
+}
+
+void Progress::draw(const std::string& line)
+{
+    write_all(STDERR_FILENO, "\r\x1b[K" + line);
     m_drawn = true;
-    m_next = now + redraw_interval;
+    m_next = std::chrono::steady_clock::now() + redraw_interval;
 }
 
 void Progress::erase()

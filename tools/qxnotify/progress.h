@@ -29,10 +29,15 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void show(const ProgressState& state);
+    /// A line without control characters.
+    void show(const std::string& line);
     /// Before other text goes to the same terminal.
     void erase();
 
 private:
+    bool is_due() const;
+    void draw(const std::string& line);
+
     bool m_enabled;
     bool m_drawn = false;
     std::chrono::steady_clock::time_point m_next{};

@@ -1,77 +1,22 @@
 #include "qxnotify/publish_transport.h"
 
-#include <chrono>
+#include "qxnotify/notification_names.h"
 
 namespace qx::tool {
-
-namespace {
-
-/// A full transport is tried again after this; it does not tell when there is room.
-constexpr double retry_interval_seconds = 0.001;
-
-void check(int result, std::string_view call, std::string_view subject)
-{
-    if (result == LBM_FAILURE) {
-        throw TransportError(call, subject);
-    }
-}
-
-struct AttributesDelete {
-    void operator()(lbm_context_attr_t* attributes) const noexcept { lbm_context_attr_delete(attributes); }
-};
-
-constexpr const char* context_name = "PriceEnvironmentContext";
-
-} // namespace
-
-TransportError::TransportError(std::string_view call, std::string_view subject)
-    : std::runtime_error(std::string{call} + "(" + std::string{subject} + "): " + lbm_errmsg() + " [" +
-                         std::to_string(lbm_errnum()) + "]")
-{
-}
 
 TransportSender::TransportSender(double listener_wait_seconds, StopSignals& stop)
     : m_listenerWaitSeconds(listener_wait_seconds)
     , m_stop(stop)
-    , m_context(open_context())
+    , m_context(open_context(price_context_name))
 {
 }
 
-std::unique_ptr<lbm_context_t, TransportSender::ContextDelete> TransportSender::open_context()
-{
-    lbm_context_attr_t* raw_attributes = nullptr;
-    check(lbm_context_attr_create_from_xml(&raw_attributes, context_name), "lbm_context_attr_create_from_xml",
-          context_name);
-    const std::unique_ptr<lbm_context_attr_t, AttributesDelete> attributes(raw_attributes);
-    lbm_context_t* context = nullptr;
-    check(lbm_context_create(&context, attributes.get(), nullptr, nullptr), "lbm_context_create", context_name);
-    return std::unique_ptr<lbm_context_t, ContextDelete>(context);
-}
-
-int TransportSender::on_event(lbm_src_t* /*source*/, int event, void* /*event_data*/, void* clientd) noexcept
-{
-    if (event == LBM_SRC_EVENT_CONNECT) {
-        static_cast<Waker*>(clientd)->wake();
-    }
-    return 0;
-}
-
-void TransportSender::open_source(const std::string& topic, Source& source)
-{
-    lbm_topic_t* lbm_topic = nullptr;
-    check(lbm_src_topic_alloc(&lbm_topic, m_context.get(), topic.c_str(), nullptr), "lbm_src_topic_alloc", topic);
-    lbm_src_t* handle = nullptr;
-    check(lbm_src_create(&handle, m_context.get(), lbm_topic, &on_event, &source.connected, nullptr), "lbm_src_create",
-          topic);
-    source.handle.reset(handle);
-}
-
-SendResult TransportSender::wait_for_listener(Source& source)
+SendResult TransportSender::wait_for_listener(TopicSource& source)
 {
     if (m_listenerWaitSeconds <= 0) {
         return SendResult::sent;
     }
-    switch (wait_for(source.connected.fd(), m_stop, deadline_in(m_listenerWaitSeconds))) {
+    switch (source.wait_for_receiver(m_listenerWaitSeconds, m_stop)) {
     case Woken::stopped:
         return SendResult::stopped;
     case Woken::timed_out:
@@ -82,18 +27,10 @@ SendResult TransportSender::wait_for_listener(Source& source)
     return SendResult::sent;
 }
 
-/// Never blocks in the transport, where a signal could not end it.
-SendResult TransportSender::send_on(const std::string& topic, Source& source, std::string_view payload)
+SendResult TransportSender::send_on(const std::string& topic, const TopicSource& source, std::string_view payload)
 {
-    while (lbm_src_send(source.handle.get(), payload.data(), payload.size(), LBM_SRC_NONBLOCK) == LBM_FAILURE) {
-        if (lbm_errnum() != LBM_EWOULDBLOCK) {
-            throw TransportError("lbm_src_send", topic);
-        }
-        if (wait_for(-1, m_stop, deadline_in(retry_interval_seconds)) == Woken::stopped) {
-            return SendResult::stopped;
-        }
-    }
-    return SendResult::sent;
+    const auto send = [&] { return lbm_src_send(source.get(), payload.data(), payload.size(), LBM_SRC_NONBLOCK); };
+    return send_when_possible(send, "lbm_src_send", topic, m_stop) ? SendResult::sent : SendResult::stopped;
 }
 
 SendResult TransportSender::send(std::uint64_t market, Fate fate, std::string_view payload)
@@ -104,8 +41,7 @@ SendResult TransportSender::send(std::uint64_t market, Fate fate, std::string_vi
         if (m_sources.size() == topics_max) {
             return SendResult::too_many_topics;
         }
-        found = m_sources.try_emplace(topic).first;
-        open_source(topic, found->second);
+        found = m_sources.try_emplace(topic, m_context.get(), topic).first;
         if (const SendResult result = wait_for_listener(found->second); result != SendResult::sent) {
             return result;
         }

@@ -104,6 +104,13 @@ void Waker::wake() noexcept
     [[maybe_unused]] const int result = ::eventfd_write(m_fd.get(), 1);
 }
 
+void Waker::clear() noexcept
+{
+    // It can only fail because nothing has woken it.
+    eventfd_t count = 0;
+    [[maybe_unused]] const int result = ::eventfd_read(m_fd.get(), &count);
+}
+
 Woken wait_for(int fd, StopSignals& stop, Deadline deadline)
 {
     while (stop.received() == 0) {

@@ -54,6 +54,8 @@ public:
     int fd() const { return m_fd.get(); }
     /// Safe from any thread, and again and again.
     void wake() noexcept;
+    /// Forgets what woke it, so that it can be waited for again.
+    void clear() noexcept;
 
 private:
     Descriptor m_fd;

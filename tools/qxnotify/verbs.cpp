@@ -10,7 +10,8 @@
 #include "qxnotify/listen_command.h"
 #include "qxnotify/notification_names.h"
 #include "qxnotify/publish_command.h"
-#include "qxnotify/publish_transport.h"
+#include "qxnotify/transport.h"
+#include "qxnotify/triage_verb.h"
 #include "qxnotify/version.h"
 
 namespace qx::tool {
@@ -20,7 +21,7 @@ namespace {
 constexpr const char* examples = R"(Start with
   qxnotify listen 42                          in one terminal
   qxnotify publish --generate 20              in another one
-and see `qxnotify listen --help`, `qxnotify publish --help`.
+and see `qxnotify listen --help`, `qxnotify publish --help`, `qxnotify triage --help`.
 
 The transport is configured by LBM_XML_CONFIG_FILENAME and LBM_XML_CONFIG_APPNAME; without them it uses loopback.)";
 
@@ -60,25 +61,31 @@ CLI::Validator market_check()
         "");
 }
 
-ExitCode run_qxnotify(int argc, const char* const* argv)
+int run_qxnotify(int argc, const char* const* argv)
 {
     // Who closes our output has seen enough; a write that fails says so.
     std::signal(SIGPIPE, SIG_IGN);
 
-    CLI::App app("Listens to and publishes product notifications", "qxnotify");
+    CLI::App app("Listens to and publishes product notifications, and asks who listens", "qxnotify");
     app.set_version_flag("--version", "qxnotify " + std::string{version});
     app.require_subcommand(1);
     app.footer(std::string{examples} + "\n\n" + exit_code_help());
     ListenOptions listen_options;
     PublishOptions publish_options;
+    TriageOptions triage_options;
     const CLI::App& listen = add_listen_verb(app, listen_options);
     add_publish_verb(app, publish_options);
+    const CLI::App& triage = add_triage_verb(app, triage_options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? ExitCode::done : ExitCode::usage;
+        const int usage = triage.parsed() ? to_int(TriageExit::unknown) : to_int(ExitCode::usage);
+        return app.exit(e) == 0 ? to_int(ExitCode::done) : usage;
     }
-    return listen.parsed() ? guarded(run_listen, listen_options) : guarded(run_publish, publish_options);
+    if (triage.parsed()) {
+        return to_int(run_triage(triage, triage_options));
+    }
+    return to_int(listen.parsed() ? guarded(run_listen, listen_options) : guarded(run_publish, publish_options));
 }
 
 } // namespace qx::tool

@@ -1,4 +1,5 @@
-/// The verbs of the command line. Each adds itself to the program and, when it was chosen, sets the exit code.
+/// The verbs of the command line. Each adds itself to the program and, when it was chosen, sets the exit code; triage
+/// does so in triage_verb.h, as its exit codes are others.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -18,7 +19,7 @@ CLI::App& add_publish_verb(CLI::App& app, PublishOptions& options);
 CLI::Validator market_check();
 
 /// The whole program but for main's frame: reads the command line, runs the verb, reports what goes wrong.
-/// `argv` as main has it.
-ExitCode run_qxnotify(int argc, const char* const* argv);
+/// `argv` as main has it. The exit code is an ExitCode, or a TriageExit once `triage` was named.
+int run_qxnotify(int argc, const char* const* argv);
 
 } // namespace qx::tool

@@ -38,7 +38,7 @@ struct CommandLine {
     std::string error;
 };
 
-ExitCode run(std::initializer_list<const char*> words)
+int run(std::initializer_list<const char*> words)
 {
     std::vector<const char*> argv{"qxnotify"};
     argv.insert(argv.end(), words.begin(), words.end());
@@ -148,17 +148,17 @@ TEST(PublishCommandLine, GivenSeedWithoutGenerator_WhenParsed_ThenRefused)
 
 TEST(Program, GivenHelpOrVersion_WhenRun_ThenDone)
 {
-    EXPECT_EQ(run({"--help"}), ExitCode::done);
-    EXPECT_EQ(run({"--version"}), ExitCode::done);
-    EXPECT_EQ(run({"listen", "--help"}), ExitCode::done);
-    EXPECT_EQ(run({"publish", "--help"}), ExitCode::done);
+    EXPECT_EQ(run({"--help"}), to_int(ExitCode::done));
+    EXPECT_EQ(run({"--version"}), to_int(ExitCode::done));
+    EXPECT_EQ(run({"listen", "--help"}), to_int(ExitCode::done));
+    EXPECT_EQ(run({"publish", "--help"}), to_int(ExitCode::done));
 }
 
 TEST(Program, GivenWrongCommandLine_WhenRun_ThenUsage)
 {
-    EXPECT_EQ(run({}), ExitCode::usage);
-    EXPECT_EQ(run({"dance"}), ExitCode::usage);
-    EXPECT_EQ(run({"listen"}), ExitCode::usage);
+    EXPECT_EQ(run({}), to_int(ExitCode::usage));
+    EXPECT_EQ(run({"dance"}), to_int(ExitCode::usage));
+    EXPECT_EQ(run({"listen"}), to_int(ExitCode::usage));
 }
 
 } // namespace

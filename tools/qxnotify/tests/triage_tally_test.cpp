@@ -1,0 +1,95 @@
+#include "qxnotify/triage_tally.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "qxnotify/triage_statistics.h"
+
+namespace qx::tool {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(Latencies, GivenNothing_WhenSummarised_ThenNone)
+{
+    EXPECT_FALSE(summarise({}).has_value());
+}
+
+TEST(Latencies, GivenOneValue_WhenSummarised_ThenItIsEverything)
+{
+    EXPECT_EQ(summarise({3}), (Latencies{3, 3, 3, 3, 3}));
+}
+
+TEST(Latencies, GivenHundredValuesInAnyOrder_WhenSummarised_ThenTheRanksAreTaken)
+{
+    std::vector<double> values;
+    for (int i = 100; i > 0; --i) {
+        values.push_back(i);
+    }
+    EXPECT_EQ(summarise(values), (Latencies{1, 50, 90, 99, 100}));
+}
+
+TEST(Latencies, GivenTenValues_WhenSummarised_ThenTheHighestPercentileIsTheLargest)
+{
+    EXPECT_EQ(summarise({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), (Latencies{1, 5, 9, 10, 10}));
+}
+
+TEST(TriageTally, GivenTwoAnswersOfOneResponderToOneRequest_WhenAdded_ThenTheFirstCounts)
+{
+    TriageTally tally;
+    tally.begin_round();
+    tally.add({"a", 1, ""});
+    tally.add({"a", 2, ""});
+    EXPECT_THAT(tally.responders().at("a").latencies_ms, ElementsAre(1));
+}
+
+TEST(TriageTally, GivenFault_WhenAdded_ThenItIsNoAnswer)
+{
+    TriageTally tally;
+    tally.begin_round();
+    tally.add({"a", 1, "status 1"});
+    EXPECT_THAT(tally.responders(), IsEmpty());
+    EXPECT_THAT(tally.sources_of_this_round(), IsEmpty());
+    EXPECT_EQ(tally.faults().at("a"), "status 1");
+}
+
+TEST(TriageTally, GivenSecondRound_WhenBegun_ThenOnlyItsAnswersAreOfThisRound)
+{
+    TriageTally tally;
+    tally.begin_round();
+    tally.add({"a", 1, ""});
+    tally.complete_round();
+    tally.begin_round();
+    EXPECT_THAT(tally.sources_of_this_round(), IsEmpty());
+    tally.add({"b", 1, ""});
+    EXPECT_THAT(tally.sources_of_this_round(), ElementsAre("b"));
+    EXPECT_EQ(tally.rounds(), 2U);
+}
+
+TEST(TriageTally, GivenResponderThatMissedARound_WhenCompleted_ThenItOwesAnAnswer)
+{
+    TriageTally tally;
+    tally.begin_round();
+    tally.add({"a", 1, ""});
+    tally.complete_round();
+    tally.begin_round();
+    tally.complete_round();
+    EXPECT_EQ(tally.sent_to(tally.responders().at("a")), 2U);
+}
+
+TEST(TriageTally, GivenRoundCutShort_WhenCounted_ThenItCountsForThoseWhoAnsweredOnly)
+{
+    TriageTally tally;
+    tally.begin_round();
+    tally.add({"a", 1, ""});
+    tally.add({"b", 1, ""});
+    tally.complete_round();
+    tally.begin_round();
+    tally.add({"b", 1, ""});
+    EXPECT_EQ(tally.sent_to(tally.responders().at("a")), 1U);
+    EXPECT_EQ(tally.sent_to(tally.responders().at("b")), 2U);
+}
+
+} // namespace
+} // namespace qx::tool

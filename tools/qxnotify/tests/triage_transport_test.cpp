@@ -1,0 +1,137 @@
+#include "qxnotify/triage_transport.h"
+
+#include <csignal>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tests/doubles/lbm_double/lbm_double.h"
+
+namespace qx::tool {
+namespace {
+
+using test::LbmDouble;
+using test::Script;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr const char* context = "PriceEnvironmentContext";
+
+TEST(TriageRequester, GivenAnswer_WhenItComes_ThenTheWaitEndsAndItIsHandedOverOnce)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    ASSERT_TRUE(lbm.answer(1, "yes", "somebody"));
+    EXPECT_EQ(requester.wait_for_answer({}), Woken::ready);
+    const auto answers = requester.take_answers();
+    ASSERT_THAT(answers, SizeIs(1));
+    EXPECT_EQ(answers[0].source, "somebody");
+    EXPECT_EQ(answers[0].payload, "yes");
+    EXPECT_GE(answers[0].at, requester.sent_at());
+    EXPECT_THAT(requester.take_answers(), IsEmpty());
+    EXPECT_EQ(requester.wait_for_answer(deadline_in(0)), Woken::timed_out);
+}
+
+TEST(TriageRequester, GivenEmptyAnswer_WhenTaken_ThenEmptyPayload)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    ASSERT_TRUE(lbm.answer(1, ""));
+    ASSERT_THAT(requester.take_answers(), SizeIs(1));
+}
+
+TEST(TriageRequester, GivenSecondRequest_WhenSent_ThenTheFirstAndItsAnswersAreGone)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("one"));
+    lbm.answer(1, "late");
+    ASSERT_TRUE(requester.send("two"));
+    EXPECT_FALSE(lbm.answer(1, "too late"));
+    EXPECT_THAT(requester.take_answers(), IsEmpty());
+    EXPECT_EQ(lbm.request(2), "two");
+}
+
+TEST(TriageRequester, GivenAnswerBeforeTheCallHasReturned_WhenSent_ThenItIsKept)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    lbm.on_call("lbm_send_request", [&] { lbm.answer(1, "yes"); });
+    ASSERT_TRUE(requester.send("ask"));
+    EXPECT_THAT(requester.take_answers(), SizeIs(1));
+}
+
+TEST(TriageRequester, GivenRequester_WhenDestroyed_ThenNothingIsLeftAndTheContextGoesLast)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    {
+        TriageRequester requester(context, "T", stop);
+        requester.send("ask");
+    }
+    EXPECT_THAT(lbm.leaks(), IsEmpty());
+    EXPECT_THAT(lbm.calls().back(), HasSubstr("lbm_context_delete"));
+}
+
+TEST(TriageRequester, GivenFullTransport_WhenSent_ThenItTriesAgain)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    lbm.script_nth("lbm_send_request", 1, Script{LBM_FAILURE, LBM_EWOULDBLOCK});
+    EXPECT_TRUE(requester.send("ask"));
+    EXPECT_THAT(lbm.calls("lbm_send_request"), SizeIs(2));
+}
+
+TEST(TriageRequester, GivenTransportThatStaysFull_WhenASignalComes_ThenNotSent)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    lbm.fail_always("lbm_send_request", LBM_EWOULDBLOCK);
+    ::kill(::getpid(), SIGTERM);
+    EXPECT_FALSE(requester.send("ask"));
+}
+
+TEST(TriageRequester, GivenOtherFailure_WhenSent_ThenTheErrorNamesCallAndTopic)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    lbm.fail_next("lbm_send_request", 1, "no");
+    try {
+        requester.send("ask");
+        FAIL() << "nothing was thrown";
+    } catch (const TransportError& e) {
+        EXPECT_STREQ(e.what(), "lbm_send_request(T): no [1]");
+    }
+}
+
+TEST(TriageRequester, GivenNobody_WhenTheWaitIsOver_ThenTimedOut)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    EXPECT_EQ(requester.wait_for_responder(0.001), Woken::timed_out);
+}
+
+TEST(TriageRequester, GivenConnection_WhenWaited_ThenReadyAndAgain)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(lbm.tell_source("T", LBM_SRC_EVENT_CONNECT));
+    EXPECT_EQ(requester.wait_for_responder(1'000), Woken::ready);
+    EXPECT_EQ(requester.wait_for_responder(1'000), Woken::ready);
+}
+
+} // namespace
+} // namespace qx::tool
