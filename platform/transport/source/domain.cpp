@@ -93,6 +93,7 @@ std::string domain_xml(const DomainSettings& s)
            "</General><Discovery>" + discovery_xml(s) +
            "</Discovery><Internal><Watermarks><WhcAdaptive>false</WhcAdaptive><WhcLow>1kB</WhcLow>"
            "<WhcHighInit>4MB</WhcHighInit><WhcHigh>4MB</WhcHigh></Watermarks>"
+           "<WriterLingerDuration>0s</WriterLingerDuration>"
            "<SocketReceiveBufferSize min=\"default\" max=\"4MB\"/></Internal></Domain></CycloneDDS>";
 }
 
