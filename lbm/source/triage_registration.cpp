@@ -120,7 +120,7 @@ void LbmTriageHandler::DestroyReceivers(Context& context)
         << " because this context is being destroyed";
     m_triageEnvReceiver.reset();
     m_triageEnvDcReceiver.reset();
-    m_triageReceiversContextPtr = nullptr;
+    m_triageReceiversContextPtr = nullptr; // last: from here on another context may make new ones
 }
 
 void LbmTriageHandler::moveContext(Context* from, Context* to)

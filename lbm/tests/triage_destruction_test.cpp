@@ -139,6 +139,7 @@ TEST_F(TriageDestruction, GivenFailingUnblock_WhenTheDispatchHasEnded_ThenIgnore
     transport.script_nth("lbm_event_dispatch", 1, {.result = 1});
     transport.fail_next("lbm_event_dispatch_unblock");
     Start();
+    log.clear();
     handler.reset();
     EXPECT_THAT(log.texts(QXLOG_ERROR), IsEmpty());
     EXPECT_THAT(transport.leaks(), IsEmpty());

@@ -1,5 +1,6 @@
 #include "tests/doubles/captured_log.h"
 
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -11,6 +12,7 @@ struct Collected {
     bool collecting = false;
     int forceLockCalls = 0;
     std::vector<qx::test::CapturedStatement> statements;
+    std::deque<qx::logging::IPStringStream> streams; ///< of every thread that ever logged
 };
 
 Collected& collected()
@@ -44,8 +46,12 @@ void ForceLockHandlers()
 
 IPStringStream& GetThreadLocalStream()
 {
-    thread_local IPStringStream stream;
-    return stream;
+    // Kept beyond the thread: static objects under test log after the main thread's own objects are gone.
+    thread_local IPStringStream* const stream = [] {
+        const std::scoped_lock guard(collected().lock);
+        return &collected().streams.emplace_back();
+    }();
+    return *stream;
 }
 
 } // namespace qx::logging

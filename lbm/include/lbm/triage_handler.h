@@ -13,6 +13,7 @@
 ///     TRIAGE_HANDLER_TIME_BETWEEN_RETRIES_MS  pause between them: 55 with that thread, else 0
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -87,12 +88,14 @@ private:
     String m_chefEnvironment; ///< in upper case
     String m_dataCenter;      ///< in upper case
     bool m_disableTriageHandler = false;
-    Context* m_triageReceiversContextPtr = nullptr; ///< which context carries the receivers
+    /// Which context carries the receivers. They are changed while it is null, under m_receiversLock, or by that
+    /// context's own unregistration, which holds no lock: hence atomic.
+    std::atomic<Context*> m_triageReceiversContextPtr{nullptr};
     int m_maxRetries = 0;
     int m_timeBetweenRetriesMs = 0;
     std::unique_ptr<EventQueue> m_eventQueuePtr;
     std::thread m_eventQueueThread; ///< dispatches m_eventQueuePtr
-    std::mutex m_receiversLock;     ///< of making the receivers and of m_triageReceiversContextPtr
+    std::mutex m_receiversLock;     ///< of making the receivers
 };
 
 } // namespace lbm
