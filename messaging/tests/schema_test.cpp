@@ -9,17 +9,22 @@
 #include <gmock/gmock.h>
 
 #include "gson_name.pb.h"
+#include "header.pb.h"
 #include "instrument_download_record.pb.h"
 #include "pds_enums.pb.h"
 #include "product_download_record.pb.h"
+#include "triage_action.pb.h"
 #include "uuid.pb.h"
+#include "wire.pb.h"
 
 namespace {
 
 namespace enums = qx::messaging::pds::enums;
+namespace triage = qx::messaging::triage;
 using google::protobuf::Descriptor;
 using google::protobuf::FieldDescriptor;
 using qx::messaging::gson_name;
+using qx::messaging::Header;
 
 std::string json_key(const FieldDescriptor& field)
 {
@@ -35,6 +40,13 @@ std::vector<const Descriptor*> record_messages()
             qx::messaging::pds::InstrumentLeg::descriptor(),
             qx::messaging::pds::ProductDownloadRecord::descriptor(),
             qx::messaging::pds::InstrumentDownloadRecord::descriptor()};
+}
+
+std::vector<const Descriptor*> request_messages()
+{
+    return {qx::messaging::Header::descriptor(),        qx::messaging::Wire::descriptor(),
+            triage::TriageActionWithWire::descriptor(), triage::TriageTestRequest::descriptor(),
+            triage::TriageNakKillRequest::descriptor(), triage::TriageResponse::descriptor()};
 }
 
 std::string field_line(const FieldDescriptor& field)
@@ -97,7 +109,7 @@ TEST(Schema, GivenTheDataTypes_ThenNamesNumbersAndBoundsAreFixed)
     EXPECT_EQ(11, enums::PdsNotifyDataType_descriptor()->value_count());
 }
 
-TEST(Schema, GivenTheRecords_ThenEveryFieldIsAsFirstPublished)
+TEST(Schema, GivenEveryMessage_ThenItsFieldsAreAsFirstPublished)
 {
     const std::set<std::string> published = lines_of(QX_PUBLISHED_FIELDS);
     std::set<std::string> now;
@@ -106,8 +118,61 @@ TEST(Schema, GivenTheRecords_ThenEveryFieldIsAsFirstPublished)
             now.insert(field_line(*message->field(i)));
         }
     }
+    for (const Descriptor* message : request_messages()) {
+        for (int i = 0; i < message->field_count(); ++i) {
+            const FieldDescriptor& field = *message->field(i);
+            now.insert(field_line(field) + (field.has_presence() ? ", presence" : ", no presence"));
+        }
+    }
     // A new field is added to the list together with its schema; a line of the list is never changed.
     EXPECT_EQ(published, now);
+}
+
+TEST(Schema, GivenTheMessageTypes_ThenTheNumbersOfOperationsRequestsAreFixed)
+{
+    EXPECT_EQ(1300, Header::MSG_OPS_TRIAGE_ACTION);
+    EXPECT_EQ(1301, Header::MSG_OPS_TRIAGE_ACTION_WITH_WIRE);
+    EXPECT_EQ(1302, Header::MSG_OPS_TRIAGE_ACTION_RESPONSE);
+    EXPECT_EQ(1303, Header::MSG_OPS_TRIAGE_TEST_REQUEST);
+    EXPECT_EQ(1304, Header::MSG_OPS_TRIAGE_NAK_KILL_REQUEST);
+    EXPECT_THAT(enum_values(*Header::MessageType_descriptor()), testing::ElementsAre(0, 1300, 1301, 1302, 1303, 1304));
+}
+
+TEST(Schema, GivenTheContextsOfARequest_ThenNamesAndNumbersAreFixed)
+{
+    EXPECT_EQ(0, triage::ORDER);
+    EXPECT_EQ(1, triage::PRICE);
+    EXPECT_EQ(2, triage::QXNOTIFY);
+    EXPECT_EQ(3, triage::ALL);
+    EXPECT_THAT(enum_values(*triage::LBMContext_descriptor()), testing::ElementsAre(0, 1, 2, 3));
+}
+
+TEST(Schema, GivenTheStatesOfAnAnswer_ThenNamesAndNumbersAreFixed)
+{
+    EXPECT_EQ(0, triage::TRIAGE_RESPONSE_STATUS_SUCCESS);
+    EXPECT_EQ(1, triage::TRIAGE_RESPONSE_STATUS_FAILURE);
+    EXPECT_THAT(enum_values(*triage::TriageActionResponseStatus_descriptor()), testing::ElementsAre(0, 1));
+}
+
+TEST(Schema, GivenNumbersWithoutAName_WhenRead_ThenTheyArePresentAndKept)
+{
+    Header header;
+    ASSERT_TRUE(header.ParseFromString("\x08\x05"));
+    EXPECT_TRUE(header.has_msg_type());
+    EXPECT_EQ(5, static_cast<int>(header.msg_type()));
+
+    triage::TriageNakKillRequest request;
+    ASSERT_TRUE(request.ParseFromString("\x08\x4d"));
+    EXPECT_EQ(77, static_cast<int>(request.context()));
+}
+
+TEST(Schema, GivenDefaultsSetByHand_WhenAnAnswerIsWritten_ThenBothFieldsAreOnTheWire)
+{
+    triage::TriageResponse response;
+    EXPECT_EQ("", response.SerializeAsString());
+    response.set_request_id("");
+    response.set_status(triage::TRIAGE_RESPONSE_STATUS_SUCCESS);
+    EXPECT_EQ(std::string("\x0a\x00\x10\x00", 4), response.SerializeAsString());
 }
 
 TEST(Schema, GivenTheRecords_ThenTheyAreAsWideAsAGatewayMakesThem)
