@@ -22,12 +22,23 @@ Flusher::~Flusher()
     thread_.finish();
 }
 
-void Flusher::arm(std::weak_ptr<Flushable> target, std::chrono::steady_clock::time_point when)
+void Flusher::start()
 {
-    std::unique_lock lock{mutex_};
+    const std::lock_guard lock{mutex_};
+    start_locked();
+}
+
+void Flusher::start_locked()
+{
     if (!thread_.running()) {
         thread_ = Thread{"lbm_flusher", [this] { run(); }};
     }
+}
+
+void Flusher::arm(std::weak_ptr<Flushable> target, std::chrono::steady_clock::time_point when)
+{
+    std::unique_lock lock{mutex_};
+    start_locked();
     armed_.push_back({when, std::move(target)});
     const bool earlier = when < sleeping_until_;
     lock.unlock();

@@ -28,6 +28,9 @@ public:
     Flusher(const Flusher&) = delete;
     Flusher& operator=(const Flusher&) = delete;
 
+    /// Starts the thread unless it runs. Throws TransportError (LBM_EOS); afterwards `arm` cannot fail for want of it.
+    void start();
+
     /// Calls `flush` at that time or soon after; an object that is gone by then is forgotten. The thread starts with
     /// the first call.
     void arm(std::weak_ptr<Flushable> target, std::chrono::steady_clock::time_point when);
@@ -38,6 +41,7 @@ private:
         std::weak_ptr<Flushable> target;
     };
 
+    void start_locked();
     void run();
     std::vector<Armed> take_due();
 

@@ -106,6 +106,7 @@ std::shared_ptr<LocalSource> Publisher::open(std::string_view topic)
     if (closed_) {
         throw TransportError(LBM_EOP, "the context is deleted");
     }
+    flusher_.start(); // nothing may fail between the source's entry in the catalogue and its announcement
     if (!catalogue_) {
         catalogue_ = std::make_shared<CatalogueWriter>(participant_, id_, flusher_);
     }

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <pthread.h>
 
 #include <atomic>
+#include <cerrno>
 #include <future>
 
 #include <dds/dds.h>
@@ -16,6 +18,7 @@ using namespace testing;
 namespace {
 
 std::atomic<bool> engine_refuses{false};
+std::atomic<bool> no_more_threads{false};
 
 /// Deletes the context from within the first callback of a receiver on it.
 class SelfDeleting {
@@ -91,6 +94,21 @@ TEST(Deletion, GivenAnEngineThatRefuses_WhenAWatchedSourceIsMade_ThenTheCallFail
     }));
 }
 
+TEST(Deletion, GivenNoMoreThreads_WhenTheFirstSourceIsMade_ThenTheCallFailsAndLeavesNoSourceBehind)
+{
+    const auto sender = test::make_context();
+    no_more_threads = true;
+    EXPECT_THROW(test::make_source(sender, "HALF.A"), std::runtime_error);
+    no_more_threads = false;
+    EXPECT_EQ(lbm_errnum(), LBM_EOS);
+    const auto whole = test::make_source(sender, "HALF.B");
+    test::Recorder recorder;
+    const auto receiver = test::make_wildcard(sender, "HALF\\..*", recorder);
+    // It sends nothing, so its beginning comes from the catalogue's page, where the other would stand before it.
+    ASSERT_TRUE(recorder.wait([&] { return recorder.count(LBM_MSG_BOS, "HALF.B") == 1; }));
+    EXPECT_EQ(recorder.count(LBM_MSG_BOS, "HALF.A"), 0U);
+}
+
 TEST(Deletion, GivenAnEngineThatRefuses_WhenAReceiverIsMade_ThenTheCallFailsAndALaterOneWorks)
 {
     const auto ctx = test::make_context();
@@ -115,4 +133,14 @@ extern "C" dds_entity_t dds_create_guardcondition(dds_entity_t owner)
     static const auto real =
         reinterpret_cast<dds_entity_t (*)(dds_entity_t)>(dlsym(RTLD_NEXT, "dds_create_guardcondition"));
     return real(owner);
+}
+
+/// Stands before the system's own, so that the transport's threads can be refused.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument)
+{
+    if (no_more_threads) {
+        return EAGAIN;
+    }
+    static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return real(thread, attributes, run, argument);
 }

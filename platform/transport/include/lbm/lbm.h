@@ -230,7 +230,8 @@ int lbm_src_delete(lbm_src_t* src);
 
 /* One answer: `msg` has the type LBM_MSG_RESPONSE, the answer's bytes, the request's topic, and as source the context
  * that answered, "LBMDDS:<IPv4 address>:<process id>:<context, 16 hex digits>". Its sequence number counts the answers
- * of that context to this request, from 0. The result is not used. */
+ * of that context to this request, from 0; a number that is missing is an answer that found the queue full. The result
+ * is not used. */
 typedef int (*lbm_request_cb_proc)(lbm_request_t* req, lbm_msg_t* msg, void* clientd);
 
 /* Sends a message of the type LBM_MSG_REQUEST, in order with what the source sends otherwise, to every receiver that is
@@ -243,8 +244,11 @@ int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size
 int lbm_request_delete(lbm_request_t* req);
 
 /* Answers a request, from any thread. The handle belongs to the request message and is valid as long as that message is
- * held. LBM_EWOULDBLOCK: the requester does not keep up, and `flags` has LBM_SRC_NONBLOCK. LBM_EOP: the requester is
- * gone. A requester that has merely deleted its request takes the answer and drops it. */
+ * held, whatever was deleted meanwhile. Answers are sent at once, in order, whether or not `flags` has LBM_MSG_FLUSH.
+ * LBM_EWOULDBLOCK: the requester has not acknowledged the context's option "response_window_messages" of answers, and
+ * `flags` has LBM_SRC_NONBLOCK; without it the call waits until the requester goes on or is gone. LBM_EOP: the
+ * requester is gone, or the answering context was deleted. A requester that has merely deleted its request takes the
+ * answer and drops it. */
 int lbm_send_response(lbm_response_t* response, const char* data, size_t length, int flags);
 
 #ifdef __cplusplus
