@@ -51,6 +51,7 @@ public:
     bool until_error_has(const std::string& text);
     bool until_output_lines(std::size_t count);
 
+    pid_t pid() const { return m_pid; }
     void send_signal(int signal) const;
     /// Nobody reads its standard output any more.
     void close_output();

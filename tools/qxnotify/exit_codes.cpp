@@ -36,7 +36,7 @@ const char* meaning(ExitCode code)
 
 std::string exit_code_help()
 {
-    std::string text = "Exit codes:\n";
+    std::string text = "Exit codes (triage has its own):\n";
     for (int code = 0; code <= to_int(ExitCode::interrupted); ++code) {
         text += "  " + std::to_string(code) + "    " + meaning(static_cast<ExitCode>(code)) + "\n";
     }

@@ -1,4 +1,4 @@
-/// How qxnotify ends, for scripts. The numbers are public: they never change.
+/// How qxnotify ends, for scripts; triage ends otherwise (triage_exit.h). The numbers are public: they never change.
 #pragma once
 
 #include <string>

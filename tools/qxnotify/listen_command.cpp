@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <string>
 
+#include <lbm/lbm_cpp.h>
 #include <unistd.h>
 
 #include "qxnotify/listen_last_words.h"
 #include "qxnotify/listen_observer.h"
+#include "qxnotify/notification_names.h"
 #include "qxnotify/signals.h"
 
 namespace qx::tool {
@@ -47,10 +49,20 @@ Ending ending_of(Satisfied satisfied, Woken woken, StopSignals& stop, bool wants
             wants_count ? ExitCode::too_few : ExitCode::done};
 }
 
+/// Of the context that answers operations requests: only one without a name does. The rest is as the listener's, since
+/// all contexts of a process must agree on their domain.
+lbm::ContextAttributes responder_attributes()
+{
+    lbm::ContextAttributes attributes{lbm::String{price_context_name}};
+    attributes.SetString("context_name", "");
+    return attributes;
+}
+
 /// Until the observer is satisfied, a signal comes or the time is up. The listener is gone when this returns.
 Woken listen_until_done(const ListenOptions& options, PrintingObserver& observer, Waker& satisfied, StopSignals& stop)
 {
     ps_ns::QXNotifyListener listener(&observer);
+    const lbm::Context responder(responder_attributes()); // gone first: who answers listens
     for (const std::uint64_t market : options.markets) {
         listener.SubscribeForMarket(market);
     }

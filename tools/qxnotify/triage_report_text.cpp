@@ -76,7 +76,7 @@ std::string latency_line(const TriageReport& report)
     const Latencies& all = *report.latency_ms;
     return "latency min " + decimal(all.min) + ", p50 " + decimal(all.p50) + ", p90 " + decimal(all.p90) + ", p99 " +
            decimal(all.p99) + ", max " + decimal(all.max) + " ms; " + std::to_string(report.requests_answered) +
-           " answers to " + std::to_string(report.requests_sent) + " requests\n";
+           " of " + std::to_string(report.requests_sent) + " requests answered\n";
 }
 
 } // namespace

@@ -119,7 +119,7 @@ TEST(TriageText, GivenRounds_WhenWritten_ThenTableStatisticsAndVerdict)
     EXPECT_EQ(report_text(make_report(question(), tally, "completion")),
               "RESPONDER                                ANSWERED  MIN ms  P50 ms  P90 ms  P99 ms  MAX ms\n"
               "LBMDDS:10.0.0.1:4711:00000000000000aa         2/2    1.25    1.25       3       3       3\n"
-              "latency min 1.25, p50 1.25, p90 3, p99 3, max 3 ms; 2 answers to 2 requests\n"
+              "latency min 1.25, p50 1.25, p90 3, p99 3, max 3 ms; 2 of 2 requests answered\n"
               "1 answered\n"
               "OK: ping on TRIAGE.ACTION.DEV.LBM, 2 rounds\n");
 }
