@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
 #include <thread>
 
 #include "support/request_fixture.h"
@@ -28,16 +29,16 @@ TEST_F(RequestLifeTest, GivenADeletedRequest_WhenItIsAnswered_ThenTheAnswerIsTak
 TEST_F(RequestLifeTest, GivenARequest_WhenItsCallbackDeletesIt_ThenThatWasItsLastAnswer)
 {
     ask();
-    std::atomic<bool> deleted{false};
-    answers.then = [&](lbm_msg_t&) {
-        if (!deleted) {
+    const auto deleted = std::make_shared<std::atomic<bool>>(false);
+    answers.then = [this, deleted](lbm_msg_t&) {
+        if (!*deleted) {
             open.clear();
-            deleted = true;
+            *deleted = true;
         }
     };
     EXPECT_EQ(test::answer(kept.response(0), "first"), LBM_OK);
     EXPECT_EQ(test::answer(kept.response(0), "second"), LBM_OK);
-    ASSERT_TRUE(answers.wait([&] { return deleted.load(); }));
+    ASSERT_TRUE(answers.wait([&] { return deleted->load(); }));
     ask();
     EXPECT_EQ(test::answer(kept.response(1), "of another"), LBM_OK);
     ASSERT_TRUE(answered(2));

@@ -28,15 +28,16 @@ public:
     {
     }
 
-    void ask(const std::string& payload, test::Recorder& answers)
+    /// `answers` must outlive the request.
+    test::RequestHandle ask(const std::string& payload, test::Recorder& answers) const
     {
-        open_.push_back(test::send_request(source_, payload, answers));
+        return test::send_request(source_, payload, answers);
     }
     /// Asks until so many contexts have answered.
     bool meet(std::size_t responders)
     {
         return met_.wait([&] {
-            ask("ping", met_);
+            pings_.push_back(ask("ping", met_));
             std::set<std::string> sources;
             for (const auto& answer : met_.seen()) {
                 sources.insert(answer.source);
@@ -49,7 +50,7 @@ private:
     test::Recorder met_;
     test::ContextHandle ctx_;
     test::SourceHandle source_ = test::make_source(ctx_, "ASK.A");
-    std::vector<test::RequestHandle> open_;
+    std::vector<test::RequestHandle> pings_;
 };
 
 /// Keeps what other processes ask, each under a topic of its own, with a window of one answer.
@@ -115,7 +116,7 @@ TEST(RequestProcesses, GivenTwoRespondingProcesses_WhenARequestIsSent_ThenEachAn
     Asker asker{long_lease_ms};
     ASSERT_TRUE(asker.meet(2));
     test::Recorder answers;
-    asker.ask("who?", answers);
+    const auto request = asker.ask("who?", answers);
     ASSERT_TRUE(answers.wait_for(LBM_MSG_RESPONSE, 2));
     const auto seen = answers.seen();
     EXPECT_THAT(seen, SizeIs(2));
@@ -133,8 +134,8 @@ TEST(RequestProcesses, GivenAResponderThatIsKilled_WhenARequestIsSent_ThenOnlyTh
     ASSERT_TRUE(asker.meet(2));
     victim.reset();
     test::Recorder answers;
-    asker.ask("first", answers);
-    asker.ask("second", answers);
+    const auto first = asker.ask("first", answers);
+    const auto second = asker.ask("second", answers);
     ASSERT_TRUE(answers.wait_for(LBM_MSG_RESPONSE, 2));
     EXPECT_THAT(answers.payloads(LBM_MSG_RESPONSE), ElementsAre("first", "second"));
 }

@@ -14,6 +14,29 @@ namespace {
 
 using RequestTest = test::Asking;
 
+/// Answers each request with its own bytes, within the callback.
+class Echo {
+public:
+    Echo()
+    {
+        requests_.then = [](lbm_msg_t& msg) {
+            if (msg.type == LBM_MSG_REQUEST) {
+                EXPECT_EQ(lbm_send_response(msg.response, msg.data, msg.len, 0), LBM_OK);
+            }
+        };
+    }
+    /// The receiver has met the source of the fixture when this returns.
+    test::ReceiverHandle listen(const test::ContextHandle& ctx)
+    {
+        auto receiver = test::make_receiver(ctx, "ASK.A", requests_);
+        EXPECT_TRUE(requests_.wait_for(LBM_MSG_BOS));
+        return receiver;
+    }
+
+private:
+    test::Recorder requests_;
+};
+
 TEST_F(RequestTest, GivenAReceiver_WhenARequestIsSent_ThenItComesInOrderWithDataAndCanBeAnswered)
 {
     test::send(source, "before");
@@ -48,27 +71,22 @@ TEST_F(RequestTest, GivenARequest_WhenItIsAnsweredTwice_ThenBothAnswersComeInOrd
 
 TEST_F(RequestTest, GivenAResponder_WhenItAnswersWithinItsCallback_ThenTheAnswerComes)
 {
-    requests.then = [](lbm_msg_t& msg) {
-        if (msg.type == LBM_MSG_REQUEST) {
-            EXPECT_EQ(test::answer(msg.response, "at once"), LBM_OK);
-        }
-    };
+    Echo echo;
+    const auto echoing = echo.listen(answering);
     open.push_back(test::send_request(source, "?", answers));
     ASSERT_TRUE(answered());
-    EXPECT_THAT(answers.payloads(LBM_MSG_RESPONSE), ElementsAre("at once"));
+    EXPECT_THAT(answers.payloads(LBM_MSG_RESPONSE), ElementsAre("?"));
 }
 
 TEST_F(RequestTest, GivenRequestsInFlight_WhenEachIsAnswered_ThenEachGetsItsOwnAnswer)
 {
-    requests.then = [](lbm_msg_t& msg) {
-        if (msg.type == LBM_MSG_REQUEST) {
-            EXPECT_EQ(test::answer(msg.response, std::string{msg.data, msg.len}, 0), LBM_OK);
-        }
-    };
+    Echo echo;
+    const auto echoing = echo.listen(answering);
     std::vector<std::unique_ptr<test::Recorder>> each;
+    std::vector<test::RequestHandle> in_flight;
     for (int i = 0; i < 1'000; ++i) {
         each.push_back(std::make_unique<test::Recorder>());
-        open.push_back(test::send_request(source, std::to_string(i), *each.back()));
+        in_flight.push_back(test::send_request(source, std::to_string(i), *each.back()));
     }
     for (std::size_t i = 0; i < each.size(); ++i) {
         ASSERT_TRUE(each[i]->wait_for(LBM_MSG_RESPONSE)) << i;
