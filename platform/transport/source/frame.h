@@ -1,9 +1,8 @@
 /// The frame: what one packet of a stream carries.
 ///
 ///     frame    u8 version (1), u8 0, u16 number of messages, u64 sequence number within the stream, messages
-///     message  u8 kind, u8 0, u16 topic bytes, u16 extra bytes, u16 0, u32 source, u32 sequence number, u32 payload
-///     bytes,
-///              topic, extra, payload
+///     message  u8 kind, u8 0, u16 topic bytes, u16 extra bytes, u16 0, u32 source, u32 sequence number,
+///              u32 payload bytes, topic, extra, payload
 ///
 /// Numbers are little-endian. `extra` belongs to the kind: of a request it is the request's number, u64, else empty.
 /// A kind that a reader does not know is stepped over: up to `numbered_kind_max` it takes a sequence number of its

@@ -1,18 +1,26 @@
 /* The transport's C client interface: contexts, sources, receivers, event queues, messages and responses of a
  * publish/subscribe transport.
  *
- * Results    functions that return int give LBM_OK (0) or LBM_FAILURE (-1); after a failure lbm_errnum() and
- *            lbm_errmsg() tell the calling thread why. They are set by failures only and kept until the thread's next
- * one. Threads    every function may be called from any thread, callbacks included. One callback at a time runs per
- * context, on the context's own thread, or, for a receiver with an event queue, on the thread that dispatches the
- * queue. Handles    are owned by the caller who created them and are gone when their delete function returns. No
- * callback of a receiver begins or goes on after lbm_rcv_delete/lbm_wildcard_rcv_delete has returned, save the one that
- * made the call. Handles may be deleted in any order: what a deleted context or event queue served is stopped, and its
- * receivers and sources may still be deleted afterwards. Exceptions that leave a callback end the process through
- * std::terminate, after one line on standard error: lbm: exception left a callback: topic="<topic>"
- * sequence_number=<number> what="<text>" Control characters, quotes and backslashes in the texts stand as \xNN. While a
- * handler installed with std::set_terminate runs, the exception is current and the message is still held. Stack      a
- * context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
+ * Results: functions that return int give LBM_OK (0) or LBM_FAILURE (-1); after a failure lbm_errnum() and lbm_errmsg()
+ * tell the calling thread why. They are set by failures only and kept until the thread's next one.
+ *
+ * Threads: every function may be called from any thread, callbacks included. One callback at a time runs per context,
+ * on the context's own thread, or, for a receiver or request with an event queue, on the thread that dispatches the
+ * queue.
+ *
+ * Handles: are owned by the caller who created them and are gone when their delete function returns. No callback of a
+ * receiver or request begins or goes on after its deletion has returned, save the one that made the call. Handles may
+ * be deleted in any order: what a deleted context or event queue served is stopped, and its receivers, sources and
+ * requests may still be deleted afterwards.
+ *
+ * Exceptions: one that leaves a callback ends the process through std::terminate, after one line on standard error:
+ *
+ *     lbm: exception left a callback: topic="<topic>" sequence_number=<number> what="<text>"
+ *
+ * Control characters, quotes and backslashes in the texts stand as \xNN. While a handler installed with
+ * std::set_terminate runs, the exception is current and the message is still held.
+ *
+ * Stack: a context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
  */
 #ifndef LBM_LBM_H
 #define LBM_LBM_H
