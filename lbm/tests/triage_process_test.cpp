@@ -1,4 +1,6 @@
 // The one handler of a process: when it is made, tried again, shared, and gone.
+#include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <set>
@@ -118,6 +120,16 @@ TEST_F(TriageProcess, GivenNoContext_WhenTheProcessExits_ThenTheHandlerIsDestroy
 {
     EXPECT_EXIT(RunChild([](Child&) { lbm::LbmTriageHandler::getInstance(); }), ExitedWithCode(0),
                 "lbm_triage_handler destructor called\n");
+}
+
+TEST_F(TriageProcess, GivenProcessThatVanishesAfterwards_WhenTheHandlerIsDestroyed_ThenItsLinesWereFlushed)
+{
+    EXPECT_EXIT(RunChild([](Child&) {
+                    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+                    std::make_unique<lbm::LbmTriageHandler>().reset();
+                    _exit(0);
+                }),
+                ExitedWithCode(0), "lbm_triage_handler destructor called\n");
 }
 
 TEST_F(TriageProcess, GivenHandlerNeverAskedFor_WhenTheProcessExits_ThenNothingIsPrinted)
