@@ -46,6 +46,20 @@ std::vector<std::string> words_of(const std::string& line)
     return words;
 }
 
+/// None on a line without words.
+std::optional<InventoryEntry> entry_of(const std::string& line, const std::string& place)
+{
+    const auto words = words_of(line);
+    if (words.empty()) {
+        return {};
+    }
+    if (words.size() != 2) {
+        throw TriageSetupError(place + quoted(line, 80) +
+                               " is no entry; write NAME PATTERN, the pattern an address, address:pid or a glob");
+    }
+    return InventoryEntry{words[0], words[1]};
+}
+
 /// How many of address, process and context the pattern fixes, and, among equals, with how many characters.
 std::pair<std::size_t, std::size_t> specificity(const std::string& pattern)
 {
@@ -136,19 +150,14 @@ Inventory parse_inventory(std::istream& input, const std::string& label)
     std::size_t number = 0;
     for (std::string line; std::getline(input, line);) {
         const std::string place = label + ":" + std::to_string(++number) + ": ";
-        const auto words = words_of(line);
-        if (words.empty()) {
-            continue;
+        if (const auto entry = entry_of(line, place)) {
+            const auto [first, added] = line_of_name.try_emplace(entry->name, number);
+            if (!added) {
+                throw TriageSetupError(place + "the name " + escaped(entry->name) + " is taken by line " +
+                                       std::to_string(first->second) + "; give every entry its own");
+            }
+            inventory.push_back(*entry);
         }
-        if (words.size() != 2) {
-            throw TriageSetupError(place + quoted(line, 80) +
-                                   " is no entry; write NAME PATTERN, the pattern an address, address:pid or a glob");
-        }
-        if (const auto [first, added] = line_of_name.try_emplace(words[0], number); !added) {
-            throw TriageSetupError(place + "the name " + escaped(words[0]) + " is taken by line " +
-                                   std::to_string(first->second) + "; give every entry its own");
-        }
-        inventory.push_back({words[0], words[1]});
     }
     if (inventory.empty()) {
         throw TriageSetupError(label + ": no entries; write a line NAME PATTERN for each responder");

@@ -18,8 +18,9 @@ void confirm(const TriageNaksOptions& options, const TriageQuestion& question, S
     if (!is_terminal(STDIN_FILENO)) {
         throw TriageSetupError("nobody can be asked, as standard input is no terminal; nothing was sent; give --yes");
     }
-    const std::string what = "Ask everybody on " + escaped(question.topic) + " to switch " + question.request +
-                             " for contexts " + messaging::triage::LBMContext_Name(options.contexts) + "?";
+    const std::string what = "Ask everybody on " + escaped(question.topic) + " to switch NAKs " +
+                             (options.enable ? "on" : "off") + " for contexts " +
+                             messaging::triage::LBMContext_Name(options.contexts) + "?";
     if (!ask(what, STDIN_FILENO, stop)) {
         throw TriageSetupError("not confirmed; nothing was sent");
     }

@@ -85,7 +85,7 @@ std::string report_text(const TriageReport& report)
 {
     const std::string cut = report.ended_by == "completion" ? "" : ", ended by " + report.ended_by;
     return table(report) + notes(report) + latency_line(report) + headline(report) + "\n" + state_name(report.code) +
-           ": " + report.request + " on " + escaped(report.topic) + ", " + std::to_string(report.rounds) +
+           ": " + report.request + ", topic " + escaped(report.topic) + ", " + std::to_string(report.rounds) +
            (report.rounds == 1 ? " round" : " rounds") + cut + "\n";
 }
 

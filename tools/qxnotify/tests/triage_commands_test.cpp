@@ -68,7 +68,7 @@ TEST(TriagePing, GivenResponder_WhenRun_ThenOkAndTheReportIsAllThereIsOnStandard
     const CapturedOutput output;
     EXPECT_EQ(run_triage_ping(impatient<TriagePingOptions>()), TriageExit::ok);
     EXPECT_THAT(output.text(), AllOf(StartsWith("RESPONDER"), HasSubstr("somebody"),
-                                     HasSubstr("OK: ping on TRIAGE.ACTION.DEV.LBM, 1 round\n")));
+                                     HasSubstr("OK: ping, topic TRIAGE.ACTION.DEV.LBM, 1 round\n")));
     EXPECT_THAT(network.lbm.leaks(), IsEmpty());
 }
 
@@ -159,7 +159,7 @@ TEST(TriageNaks, GivenConfirmation_WhenRun_ThenTheReportSaysAnsweredAndNeverSwit
     options.confirmed = true;
     const CapturedOutput output;
     EXPECT_EQ(run_triage_naks(options), TriageExit::ok);
-    EXPECT_THAT(output.text(), AllOf(HasSubstr("1 of 1 answered\nOK: naks on on "), Not(HasSubstr("switched"))));
+    EXPECT_THAT(output.text(), AllOf(HasSubstr("1 of 1 answered\nOK: naks on, topic "), Not(HasSubstr("switched"))));
 }
 
 TEST(TriageSend, GivenFileAndAnswers_WhenRun_ThenTheBytesGoAsTheyAreAndAnswersAreShown)

@@ -121,19 +121,20 @@ TEST(TriageText, GivenRounds_WhenWritten_ThenTableStatisticsAndVerdict)
               "LBMDDS:10.0.0.1:4711:00000000000000aa         2/2    1.25    1.25       3       3       3\n"
               "latency min 1.25, p50 1.25, p90 3, p99 3, max 3 ms; 2 of 2 requests answered\n"
               "1 answered\n"
-              "OK: ping on TRIAGE.ACTION.DEV.LBM, 2 rounds\n");
+              "OK: ping, topic TRIAGE.ACTION.DEV.LBM, 2 rounds\n");
 }
 
 TEST(TriageText, GivenNobody_WhenWritten_ThenNoTable)
 {
-    EXPECT_EQ(report_text(report_of(question(), {})), "0 answered\nCRITICAL: ping on TRIAGE.ACTION.DEV.LBM, 1 round\n");
+    EXPECT_EQ(report_text(report_of(question(), {})),
+              "0 answered\nCRITICAL: ping, topic TRIAGE.ACTION.DEV.LBM, 1 round\n");
 }
 
 TEST(TriageText, GivenNothingSent_WhenWritten_ThenItSaysSo)
 {
     EXPECT_EQ(report_text(make_report(question(), TriageTally{}, "completion")),
               "nobody was there to be asked, nothing was sent\n"
-              "0 answered\nCRITICAL: ping on TRIAGE.ACTION.DEV.LBM, 0 rounds\n");
+              "0 answered\nCRITICAL: ping, topic TRIAGE.ACTION.DEV.LBM, 0 rounds\n");
 }
 
 TEST(TriageText, GivenSourceWithControlCharacters_WhenWritten_ThenEscaped)
