@@ -132,6 +132,17 @@ TEST_F(ResponderTest, GivenManyRequestersThatAskOnce_WhenAnotherAsks_ThenTheNumb
     }
 }
 
+TEST_F(ResponderTest, GivenManyRequestsOfRequestersThatVanish_WhenNobodyAnswers_ThenNoWriterIsLeft)
+{
+    const auto responder = make(1, std::chrono::milliseconds{20});
+    std::vector<std::unique_ptr<lbm_response>> handles;
+    for (std::size_t i = 0; i < 10'000; ++i) {
+        handles.push_back(responder->handle_for(made_up(i % 10), i));
+    }
+    EXPECT_LE(responder->open_writers(), idle_answer_writers_max);
+    EXPECT_TRUE(clock.wait([&] { return responder->open_writers() == 0; }));
+}
+
 TEST_F(ResponderTest, GivenAWriterThatWasClosedForWantOfUse_WhenItsRequesterIsAnswered_ThenItIsOpenedAgain)
 {
     const auto responder = make(1);
