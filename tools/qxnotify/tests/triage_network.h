@@ -20,7 +20,7 @@ public:
     {
         lbm.on_call("lbm_src_create", [this] { lbm.tell_source(topic, LBM_SRC_EVENT_CONNECT); });
         lbm.on_call("lbm_send_request", [this] {
-            if (on_request && lbm.request(m_requests + 1) != "") { // else the call made none
+            if (on_request && !lbm.request(m_requests + 1).empty()) { // else the call made none
                 on_request(++m_requests);
             }
         });
