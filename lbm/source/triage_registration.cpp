@@ -137,6 +137,7 @@ void LbmTriageHandler::moveContext(Context* from, Context* to)
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is how it is known
 void LbmTriageHandler::toggleNaks(bool enable, String contextName)
 {
     TRIAGE_LOG(QXLOG_INFO_SEARCH) << "begin toggling NAKs for contexts matching " << contextName

@@ -66,6 +66,7 @@ TEST_F(TriageProcess, GivenManyThreads_WhenAllAskAtOnce_ThenAllGetTheSameInitial
     EXPECT_EXIT(RunChild([](Child& child) {
                     std::vector<std::shared_ptr<lbm::LbmTriageHandler>> got(8);
                     std::vector<std::thread> threads;
+                    threads.reserve(got.size());
                     for (auto& place : got) {
                         threads.emplace_back([&] { place = lbm::LbmTriageHandler::getInstance(); });
                     }

@@ -1,66 +1,25 @@
-#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
 
 #include "lbm/tests/platform_calls.h"
-#include "lbm/tests/triage_fixture.h"
+#include "lbm/tests/triage_registration_fixture.h"
 
 using namespace qx::logging;
 using lbm::test::envDcTopic;
 using lbm::test::envTopic;
 using lbm::test::HandleText;
 using lbm::test::Statement;
+using lbm::test::TriageRegistration;
 using lbm::test::TriageStatement;
 using qx::test::Calls;
-using qx::test::CapturedStatement;
 using ::testing::ElementsAre;
-using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace {
-
-class TriageRegistration : public lbm::test::TriageTest {
-protected:
-    explicit TriageRegistration(std::int32_t minLevel = QXLOG_DEBUG)
-        : TriageTest(minLevel)
-    {
-        first.emplace();
-        second.emplace();
-        handler.emplace();
-        handler->Initialize();
-        transport.clear_calls();
-        log.clear();
-    }
-
-    int Receivers() const { return transport.receivers(envTopic) + transport.receivers(envDcTopic); }
-
-    /// How many contexts the handler knows: each says once that it cannot be switched.
-    std::size_t Known()
-    {
-        log.clear();
-        handler->toggleNaks(true, "ALL");
-        return log.texts(QXLOG_ERROR).size();
-    }
-
-    std::vector<CapturedStatement> TriageStatements() const
-    {
-        std::vector<CapturedStatement> found;
-        for (const auto& statement : log.statements()) {
-            if (!statement.source.empty()) {
-                found.push_back(statement);
-            }
-        }
-        return found;
-    }
-
-    std::optional<lbm::Context> first;
-    std::optional<lbm::Context> second;
-    std::optional<lbm::LbmTriageHandler> handler; ///< gone before the contexts
-};
 
 class TriageRegistrationAboveSearch : public TriageRegistration {
 protected:
@@ -247,98 +206,6 @@ TEST_F(TriageRegistration, GivenStandardExceptionOfAnotherKind_WhenRegistered_Th
     EXPECT_EQ(Known(), 1U);
 }
 
-TEST_F(TriageRegistration, GivenReceivers_WhenTheirContextUnregisters_ThenStatementsInOrder)
-{
-    handler->registerContext("", &*first);
-    log.clear();
-    handler->unregisterContext(&*first);
-    EXPECT_THAT(log.statements(),
-                ElementsAre(TriageStatement(QXLOG_INFO_SEARCH, 1402,
-                                            "destroying triage_handler receivers that were created on context=" +
-                                                HandleText(*first) + " because this context is being destroyed"),
-                            Statement(QXLOG_INFO, 1162, "Deleting receiver on topic=TRIAGE.ACTION.DEV.LBM"),
-                            Statement(QXLOG_INFO, 1162, "Deleting receiver on topic=TRIAGE.ACTION.DEV.LBM.CH"),
-                            TriageStatement(QXLOG_INFO_SEARCH, 1414,
-                                            "unregistering context=" + HandleText(*first) + " with name=")));
-    EXPECT_EQ(Known(), 0U);
-}
-
-TEST_F(TriageRegistration, GivenTwoUnnamedContexts_WhenTheCarrierUnregisters_ThenTheOtherDoesNotTakeOver)
-{
-    handler->registerContext("", &*first);
-    handler->registerContext("", &*second);
-    handler->unregisterContext(&*first);
-    EXPECT_EQ(Receivers(), 0);
-    EXPECT_EQ(Known(), 1U);
-}
-
-TEST_F(TriageRegistration, GivenCarrierGone_WhenAnotherUnnamedContextRegisters_ThenItCarriesNewReceivers)
-{
-    handler->registerContext("", &*first);
-    handler->unregisterContext(&*first);
-    handler->registerContext("", &*second);
-    EXPECT_EQ(Receivers(), 2);
-}
-
-TEST_F(TriageRegistration, GivenCarrierGone_WhenANamedContextRegisters_ThenNoReceivers)
-{
-    handler->registerContext("", &*first);
-    handler->unregisterContext(&*first);
-    handler->registerContext("Prices", &*second);
-    EXPECT_EQ(Receivers(), 0);
-}
-
-TEST_F(TriageRegistration, GivenOtherContext_WhenItUnregisters_ThenTheReceiversStay)
-{
-    handler->registerContext("", &*first);
-    handler->registerContext("", &*second);
-    handler->unregisterContext(&*second);
-    EXPECT_EQ(Receivers(), 2);
-    EXPECT_EQ(Known(), 1U);
-}
-
-TEST_F(TriageRegistration, GivenTwoContextsOfOneName_WhenTheSecondUnregisters_ThenExactlyItsEntryGoes)
-{
-    handler->registerContext("Prices", &*first);
-    handler->registerContext("Prices", &*second);
-    log.clear();
-    handler->unregisterContext(&*second);
-    EXPECT_THAT(log.texts(), ElementsAre("unregistering context=" + HandleText(*second) + " with name=Prices"));
-    EXPECT_EQ(Known(), 1U);
-    handler->unregisterContext(&*first);
-    EXPECT_EQ(Known(), 0U);
-}
-
-TEST_F(TriageRegistration, GivenContextRegisteredTwice_WhenUnregisteredOnce_ThenTheFirstEntryInKeyOrderGoes)
-{
-    handler->registerContext("b", &*first);
-    handler->registerContext("a", &*first);
-    log.clear();
-    handler->unregisterContext(&*first);
-    EXPECT_THAT(log.texts(), ElementsAre(::testing::EndsWith(" with name=a")));
-    EXPECT_EQ(Known(), 1U);
-}
-
-TEST_F(TriageRegistration, GivenUnknownContext_WhenUnregistered_ThenPassedOverInSilence)
-{
-    handler->registerContext("Prices", &*first);
-    log.clear();
-    handler->unregisterContext(&*second);
-    EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_EQ(Known(), 1U);
-}
-
-TEST_F(TriageRegistration, GivenContextAlreadyUnregistered_WhenUnregisteredAgain_ThenSilence)
-{
-    handler->registerContext("", &*first);
-    handler->unregisterContext(&*first);
-    log.clear();
-    transport.clear_calls();
-    handler->unregisterContext(&*first);
-    EXPECT_THAT(log.texts(), IsEmpty());
-    EXPECT_THAT(transport.calls(), IsEmpty());
-}
-
 TEST_F(TriageRegistration, GivenMove_WhenTheOldAddressUnregisters_ThenNothingGoes)
 {
     handler->registerContext("", &*first);
@@ -410,9 +277,9 @@ TEST_F(TriageRegistration, GivenNoName_WhenRegistered_ThenTheReceiversLockIsRele
 
 TEST_F(TriageRegistration, GivenManyThreads_WhenUnnamedContextsComeAndGo_ThenNothingIsLeft)
 {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(4);
+    for (auto& thread : threads) {
+        thread = std::thread([&] {
             for (int round = 0; round < 100; ++round) {
                 lbm::Context context;
                 handler->registerContext("", &context);
