@@ -24,9 +24,11 @@ std::shared_ptr<Context> context_of(const lbm_src& src)
 int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size_t length, lbm_request_cb_proc proc,
                      void* clientd, lbm_event_queue_t* evq, int flags)
 {
-    return guarded("lbm_send_request", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
+    if (src == nullptr) {
+        return guarded("lbm_send_request", nullptr, [&] { require(src, "src"); });
+    }
+    return guarded("lbm_send_request", src->source->topic.c_str(), [&] {
         require(req, "req");
-        require(src, "src");
         require(reinterpret_cast<const void*>(proc), "proc");
         check_send(data, length, flags);
         const std::shared_ptr<Context> context = context_of(*src);

@@ -28,7 +28,7 @@ public:
     void close();
 
     /// The delivery of an answer that has arrived. Empty, and counted: it makes no sense, or nobody waits for it.
-    std::optional<Delivery> receive(const ContextId& from, ByteView answer);
+    std::optional<Delivery> receive(const ContextId& from, ByteView bytes);
     std::uint64_t dropped() const noexcept { return dropped_; }
 
 private:
