@@ -52,6 +52,8 @@ fail() {
     exit 1
 }
 
+timeout 60 grep -qm1 'listening for market' <(tail -n +1 -f --pid="$listener" "$work/listener.err") ||
+    fail "the listener did not come up"
 echo "== publishing $(wc -l <"$records") lines of $records to markets 42 and 7"
 published=0
 "$qxnotify" publish --summary json --wait-for-listener 60 "$records" >"$work/published" || published=$?

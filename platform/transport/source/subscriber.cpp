@@ -37,9 +37,18 @@ void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
         throw TransportError(LBM_EOP, "the context is deleted");
     }
     start();
-    intake_->add(receiver->partition());
     receivers_.insert(receiver);
+    // Before there is a reader: what it hears first must find the receiver routed, since sources send as soon as they
+    // see the reader.
     delivering_->mailbox.post({Delivery::What::attach, receiver, nullptr, nullptr, 0, 0, nullptr});
+    try {
+        intake_->add(receiver->partition());
+    } catch (...) {
+        receiver->close(); // another reader may have been heard for it
+        receivers_.erase(receiver);
+        delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr, 0, 0, nullptr});
+        throw;
+    }
 }
 
 void Subscriber::detach(const std::shared_ptr<Receiver>& receiver)

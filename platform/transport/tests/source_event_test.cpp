@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "support/context_fixture.h"
@@ -87,6 +88,27 @@ TEST(SourceEvents, GivenAConnectedSource_WhenItSends_ThenNothingIsMissed)
     test::send(watched.source, "first");
     ASSERT_TRUE(recorder.wait_for(LBM_MSG_DATA));
     EXPECT_THAT(recorder.payloads(), ElementsAre("first"));
+}
+
+// The source is there first and sends while the receiver may still be in the making. Every round is a new chance to be
+// too early.
+TEST(SourceEvents, GivenASourceThatSendsOnceConnected_WhenAReceiverIsMade_ThenItGetsTheFirstMessage)
+{
+    for (int round = 0; round < 25; ++round) {
+        const auto ctx = test::make_context();
+        WatchedSource watched{ctx, "WATCH.A"};
+        std::thread sender{[&] {
+            if (watched.wait_for({LBM_SRC_EVENT_CONNECT})) {
+                test::send(watched.source, "first");
+            }
+        }};
+        const auto other = test::make_context();
+        test::Recorder recorder;
+        const auto receiver = test::make_receiver(other, "WATCH.A", recorder);
+        sender.join();
+        ASSERT_TRUE(recorder.wait_for(LBM_MSG_DATA)) << round;
+        EXPECT_THAT(recorder.payloads(), ElementsAre("first"));
+    }
 }
 
 TEST(SourceEvents, GivenASourceOnAQueue_WhenDispatched_ThenItsEventComesThere)
