@@ -155,15 +155,17 @@ TEST(LineWriter, GivenANonBlockingPipeAndALateReader_WhenALongLineIsWritten_Then
 {
     Pipe pipe(O_NONBLOCK);
     const std::string line = std::string(1'000'000, 'x') + '\n';
-    std::jthread writing([&] {
-        EXPECT_EQ(errorOf(pipe.write.number, line), 0);
-        pipe.write.reset();
+    const int writeEnd = pipe.write.number; // the writer closes it, so only its number is shared
+    pipe.write.number = -1;
+    std::jthread writing([&line, writeEnd] {
+        Descriptor writer(writeEnd);
+        EXPECT_EQ(errorOf(writer.number, line), 0);
     });
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!isFull(pipe.write.number) && std::chrono::steady_clock::now() < deadline) {
+    while (!isFull(writeEnd) && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
     }
-    EXPECT_TRUE(isFull(pipe.write.number)); // from here on the writer can only wait
+    EXPECT_TRUE(isFull(writeEnd)); // from here on the writer can only wait
 
     std::string received;
     std::array<char, 4096> chunk{};
