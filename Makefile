@@ -2,7 +2,7 @@
 .PHONY: help setup demo test bench install format lint docs
 help:
 	@echo "make setup    install the Debian packages that are missing"
-	@echo "make demo     build, then publish and receive records between two processes"
+	@echo "make demo     build, send records between two processes, ask one whether it is there"
 	@echo "make test     everything that decides whether a change may land"
 	@echo "make bench    benchmarks, as ratios measured side by side"
 	@echo "make install  build and install (PREFIX=/usr/local, DESTDIR=)"
