@@ -1,5 +1,6 @@
 #include "qxnotify/output.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -21,7 +22,24 @@ int move_standard_output()
     return moved;
 }
 
+bool is_closed(int fd)
+{
+    return ::fcntl(fd, F_GETFD) == -1 && errno == EBADF;
+}
+
 } // namespace
+
+void fill_standard_descriptors() noexcept
+{
+    // The wrong direction makes a use fail: an empty input or a lost output would pass for the real one.
+    constexpr std::array<int, 3> directions{O_WRONLY, O_RDONLY, O_WRONLY};
+    for (int fd = 0; fd < static_cast<int>(directions.size()); ++fd) {
+        if (is_closed(fd)) {
+            // It gets the lowest free number, which is this one: those below are open by now.
+            [[maybe_unused]] const int opened = ::open("/dev/null", directions.at(static_cast<std::size_t>(fd)));
+        }
+    }
+}
 
 Written write_all(int fd, std::string_view text) noexcept
 {

@@ -9,6 +9,7 @@
 
 #include "qxnotify/listen_command.h"
 #include "qxnotify/notification_names.h"
+#include "qxnotify/output.h"
 #include "qxnotify/publish_command.h"
 #include "qxnotify/transport.h"
 #include "qxnotify/triage_verb.h"
@@ -63,6 +64,7 @@ CLI::Validator market_check()
 
 int run_qxnotify(int argc, const char* const* argv)
 {
+    fill_standard_descriptors();
     // Who closes our output has seen enough; a write that fails says so.
     std::signal(SIGPIPE, SIG_IGN);
 
