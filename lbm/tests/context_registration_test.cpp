@@ -1,4 +1,5 @@
 // Contexts and the process's handler: registration by construction, moves, destruction.
+#include <csignal>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -200,6 +201,33 @@ TEST_F(ContextRegistration, GivenFailingContextsLock_WhenMade_ThenThrowsAndItsRe
                     child.Tell("leaks " + std::to_string(child.transport.leaks().size()));
                 }),
                 ExitedWithCode(0), HasSubstr("| receivers 0\n| leaks 0\n"));
+}
+
+TEST_F(ContextRegistration, GivenFailingLock_WhenDestroyed_ThenTheProcessEnds)
+{
+    EXPECT_EXIT(RunChild([](Child& child) {
+                    const auto handler = lbm::LbmTriageHandler::getInstance();
+                    std::optional<lbm::Context> context(std::in_place);
+                    const FailingLock failing(*handler, 1);
+                    child.Tell("destroying");
+                    context.reset();
+                    child.Tell("destroyed");
+                }),
+                ::testing::KilledBySignal(SIGABRT),
+                AllOf(HasSubstr("| destroying\n"), Not(HasSubstr("| destroyed\n"))));
+}
+
+TEST_F(ContextRegistration, GivenFailingLock_WhenMoved_ThenTheProcessEnds)
+{
+    EXPECT_EXIT(RunChild([](Child& child) {
+                    const auto handler = lbm::LbmTriageHandler::getInstance();
+                    lbm::Context source;
+                    const FailingLock failing(*handler, 1);
+                    child.Tell("moving");
+                    const lbm::Context target(std::move(source));
+                    child.Tell("moved");
+                }),
+                ::testing::KilledBySignal(SIGABRT), AllOf(HasSubstr("| moving\n"), Not(HasSubstr("| moved\n"))));
 }
 
 TEST_F(ContextRegistration, GivenTriageOff_WhenContextsComeAndGo_ThenTheyWorkWithoutALineOfTriage)

@@ -2,6 +2,7 @@
 // a failed answer shows the retry settings.
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "lbm/tests/triage_fixture.h"
@@ -16,6 +17,10 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 
 namespace {
+
+static_assert(!std::is_polymorphic_v<lbm::LbmTriageHandler>);
+static_assert(!std::is_copy_constructible_v<lbm::LbmTriageHandler>);
+static_assert(!std::is_copy_assignable_v<lbm::LbmTriageHandler>);
 
 class TriageInitialize : public lbm::test::TriageTest {
 protected:

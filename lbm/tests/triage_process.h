@@ -67,7 +67,8 @@ template <class Action>
     child->variables.Set("CHEF_ENVIRONMENT", "dev");
     child->variables.Set("DATA_CENTER", "ch");
     action(*child);
-    std::exit(0); // NOLINT(concurrency-mt-unsafe): ending through it is what is looked at
+    // A failed expectation is the child's own; only its exit code tells of it.
+    std::exit(::testing::Test::HasFailure() ? 1 : 0); // NOLINT(concurrency-mt-unsafe): ending so is looked at
 }
 
 } // namespace lbm::test

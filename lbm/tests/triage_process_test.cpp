@@ -12,6 +12,7 @@
 
 using namespace lbm::test;
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::ExitedWithCode;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
@@ -105,6 +106,25 @@ TEST_F(TriageProcess, GivenInitializationThatThrew_WhenTheNextContextIsMade_Then
                 ExitedWithCode(0), HasSubstr("| receivers 2\n"));
 }
 
+TEST_F(TriageProcess, GivenQueueThatFailedOnce_WhenTheNextContextIsMade_ThenItHasQueueAndThread)
+{
+    EXPECT_EXIT(RunChild([](Child& child) {
+                    child.variables.Set("TRIAGE_HANDLER_USE_EVENT_QUEUE", "1");
+                    child.transport.fail_next("lbm_event_queue_create");
+                    EXPECT_THROW(lbm::Context(), lbm::LbmError);
+                    child.log.clear();
+                    const lbm::Context context;
+                    for (const auto& call : child.transport.calls("lbm_rcv_create")) {
+                        child.Tell(call);
+                    }
+                    EXPECT_THAT(child.log.texts(), Contains(HasSubstr("started triage_handler event_queue=0x")));
+                }),
+                ExitedWithCode(0),
+                MatchesRegex(".*topic#1, callback, clientd, event_queue#[0-9].*"
+                             "topic#2, callback, clientd, event_queue#[0-9].*"
+                             "lbm_triage_handler destructor joined event_queue=0x.*"));
+}
+
 TEST_F(TriageProcess, GivenEnvironmentThatChangesLater_WhenContextsAreMade_ThenTheFirstReadingHolds)
 {
     EXPECT_EXIT(RunChild([](Child& child) {
@@ -163,6 +183,16 @@ TEST_F(TriageProcess, GivenContextThatOutlivesTheStaticHandler_WhenItGoes_ThenTh
                 ExitedWithCode(0),
                 MatchesRegex("Destroying LBM context=0x[0-9a-f]+ context_name=\n"
                              "lbm_triage_handler destructor called\n"));
+}
+
+TEST_F(TriageProcess, GivenContextThatOutlivesTheStaticHandler_WhenItGoes_ThenItsTransportContextGoesBeforeTheHandler)
+{
+    EXPECT_EXIT(RunChild([](Child& child) {
+                    static std::optional<lbm::Context> context; // made before, so destroyed after, the handler
+                    context.emplace();
+                    child.transport.on_call("lbm_context_delete", [&] { child.Tell("context deleted"); });
+                }),
+                ExitedWithCode(0), HasSubstr("| context deleted\nlbm_triage_handler destructor called\n"));
 }
 
 TEST_F(TriageProcess, GivenReceiverOfAFailedAttempt_WhenTheProcessExits_ThenTheHandlerDestroysIt)
