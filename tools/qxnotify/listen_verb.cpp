@@ -45,6 +45,7 @@ CLI::App& add_listen_verb(CLI::App& app, ListenOptions& options)
         ->option_text("N");
     verb.add_option("--timeout", options.timeout_seconds, "End after S seconds")
         ->check(CLI::PositiveNumber)
+        ->check(finite_check())
         ->option_text("S");
     verb.add_option("--event-type", options.filter.event_types, "Print only these; Unsupported is any other name")
         ->check(CLI::IsMember({"Create", "Update", "Delete", "Unsupported"}))

@@ -117,8 +117,7 @@ bool PublishLoop::wait_for_turn()
     if (!m_options.rate_per_second) {
         return true;
     }
-    const std::chrono::duration<double> offset(static_cast<double>(m_totals.sent_total()) / *m_options.rate_per_second);
-    const auto due = m_begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(offset);
+    const auto due = time_after(m_begin, static_cast<double>(m_totals.sent_total()) / *m_options.rate_per_second);
     return wait_for(-1, m_stop, due) != Woken::stopped;
 }
 

@@ -42,10 +42,12 @@ void add_sending(CLI::App& verb, PublishOptions& options)
 {
     verb.add_option("--rate", options.rate_per_second, "Send so many a second; as fast as possible unless given")
         ->check(CLI::PositiveNumber)
+        ->check(finite_check())
         ->option_text("R");
     verb.add_option("--wait-for-listener", options.listener_wait_seconds,
                     "Wait so many seconds for a listener; 0 sends at once; 5 unless given")
         ->check(CLI::NonNegativeNumber)
+        ->check(finite_check())
         ->option_text("S");
     verb.add_flag("--strict", options.strict, "Stop at the first refused line");
     verb.add_flag("--allow-fatal", options.allow_fatal, "Send payloads that end every listening process");

@@ -58,12 +58,14 @@ bool passed(Deadline deadline)
 
 Deadline deadline_in(std::optional<double> seconds)
 {
-    if (!seconds) {
-        return {};
-    }
-    constexpr double longest = 1e9; // some thirty years, far below what the clock can hold
-    return std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                                  std::chrono::duration<double>(std::min(*seconds, longest)));
+    return seconds ? Deadline{time_after(std::chrono::steady_clock::now(), *seconds)} : Deadline{};
+}
+
+std::chrono::steady_clock::time_point time_after(std::chrono::steady_clock::time_point begin, double seconds)
+{
+    constexpr double longest = 1e9;
+    return begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                       std::chrono::duration<double>(std::min(seconds, longest)));
 }
 
 Descriptor::~Descriptor()

@@ -10,7 +10,9 @@ namespace qx::tool {
 
 using Deadline = std::optional<std::chrono::steady_clock::time_point>; ///< none: wait without limit
 
+/// That long after now, or after `begin`; what is beyond some thirty years is cut, as the clock could not hold it.
 Deadline deadline_in(std::optional<double> seconds);
+std::chrono::steady_clock::time_point time_after(std::chrono::steady_clock::time_point begin, double seconds);
 
 /// Owns a file descriptor.
 class Descriptor {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qxnotify/triage_commands.h"
+#include "qxnotify/verbs.h"
 
 namespace qx::tool {
 
@@ -71,11 +72,13 @@ CLI::Option* add_waiting(CLI::App& verb, TriageCollecting& collecting)
                     "Wait so many seconds for a first responder, and then for the answers to each request; 2 unless "
                     "given")
         ->check(CLI::PositiveNumber)
+        ->check(finite_check())
         ->option_text("S");
     verb.add_option("--settle", collecting.settle_seconds,
                     "Pause before the first request, 0.5 unless given: a request reaches whoever is connected when it "
                     "is sent, and the transport tells of the first one only")
         ->check(CLI::NonNegativeNumber)
+        ->check(finite_check())
         ->option_text("S");
     verb.add_flag_callback(
         "--no-progress", [&collecting] { collecting.progress = false; },
@@ -105,9 +108,11 @@ void add_thresholds(CLI::App& verb, TriageThresholds& thresholds)
 {
     verb.add_option("--warning", thresholds.warning_ms, "Exit code 1 when the slowest answer took longer")
         ->check(CLI::NonNegativeNumber)
+        ->check(finite_check())
         ->option_text("MS");
     verb.add_option("--critical", thresholds.critical_ms, "Exit code 2 when the slowest answer took longer")
         ->check(CLI::NonNegativeNumber)
+        ->check(finite_check())
         ->option_text("MS");
     verb.final_callback([&thresholds] {
         if (thresholds.warning_ms && thresholds.critical_ms && *thresholds.critical_ms < *thresholds.warning_ms) {
@@ -130,6 +135,7 @@ void add_ping(CLI::App& triage, TriagePingOptions& options)
         ->option_text("N");
     verb.add_option("--interval", options.interval_seconds, "Seconds from request to request; 1 unless given")
         ->check(CLI::NonNegativeNumber)
+        ->check(finite_check())
         ->option_text("S");
     add_thresholds(verb, options.thresholds);
 }

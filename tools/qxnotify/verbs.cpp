@@ -1,5 +1,6 @@
 #include "qxnotify/verbs.h"
 
+#include <cmath>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -58,6 +59,17 @@ CLI::Validator market_check()
     return CLI::Validator(
         [](const std::string& text) {
             return parse_market(text) ? std::string{} : text + " is no market; it must be 0 to 18446744073709551615";
+        },
+        "");
+}
+
+CLI::Validator finite_check()
+{
+    return CLI::Validator(
+        [](const std::string& text) {
+            double value = 0;
+            return CLI::detail::lexical_cast(text, value) && std::isfinite(value) ? std::string{}
+                                                                                  : text + " is no finite number";
         },
         "");
 }

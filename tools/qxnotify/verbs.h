@@ -18,6 +18,9 @@ CLI::App& add_publish_verb(CLI::App& app, PublishOptions& options);
 /// Refuses what is no market identifier; the parser alone would take 18446744073709551616 for one.
 CLI::Validator market_check();
 
+/// Refuses infinity and what is no number at all; bounds alone let the latter through, as it compares with nothing.
+CLI::Validator finite_check();
+
 /// The whole program but for main's frame: reads the command line, runs the verb, reports what goes wrong.
 /// `argv` as main has it. The exit code is an ExitCode, or a TriageExit once `triage` was named.
 int run_qxnotify(int argc, const char* const* argv);

@@ -91,6 +91,15 @@ TEST(ListenCommandLine, GivenBadValues_WhenParsed_ThenRefused)
     EXPECT_NE(CommandLine({"listen", "42", "--event-type", "create"}).error, "");
 }
 
+TEST(CommandLine, GivenNumbersWithoutEnd_WhenParsed_ThenRefused)
+{
+    for (const char* value : {"nan", "inf", "1e400"}) {
+        EXPECT_NE(CommandLine({"listen", "42", "--timeout", value}).error, "") << value;
+        EXPECT_NE(CommandLine({"publish", "--rate", value}).error, "") << value;
+        EXPECT_NE(CommandLine({"publish", "--wait-for-listener", value}).error, "") << value;
+    }
+}
+
 TEST(PublishCommandLine, GivenNothing_WhenParsed_ThenStandardInputAndDefaults)
 {
     const CommandLine line{"publish"};

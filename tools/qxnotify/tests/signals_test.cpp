@@ -1,6 +1,7 @@
 #include "qxnotify/signals.h"
 
 #include <csignal>
+#include <limits>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -88,6 +89,8 @@ TEST(Deadline, GivenNoLimit_WhenMade_ThenNone)
 TEST(Deadline, GivenAbsurdlyLongTime_WhenMade_ThenItLiesInTheFuture)
 {
     EXPECT_GT(*deadline_in(1e300), std::chrono::steady_clock::now());
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_GT(time_after(begin, std::numeric_limits<double>::infinity()), begin);
 }
 
 TEST(SignalName, GivenSignals_WhenNamed_ThenTheTwoWeTakeHaveNames)

@@ -93,6 +93,16 @@ TEST(TriageCommandLine, GivenBadValues_WhenParsed_ThenRefused)
     EXPECT_NE(CommandLine({"send"}).error, "");
 }
 
+TEST(TriageCommandLine, GivenNumbersWithoutEnd_WhenParsed_ThenRefused)
+{
+    for (const char* option : {"--wait", "--settle", "--interval", "--warning", "--critical"}) {
+        for (const char* value : {"nan", "-nan", "inf", "1e400"}) {
+            EXPECT_NE(CommandLine({"ping", option, value}).error, "") << option << " " << value;
+        }
+        EXPECT_EQ(CommandLine({"ping", option, "1e300"}).error, "") << option;
+    }
+}
+
 TEST(TriageCommandLine, GivenOptionsThatContradict_WhenParsed_ThenRefused)
 {
     EXPECT_THAT(CommandLine({"ping", "--warning", "10", "--critical", "9"}).error, HasSubstr("--critical"));
