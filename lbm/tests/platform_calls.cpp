@@ -12,6 +12,7 @@ namespace {
 thread_local RecordedSleep* t_sleep = nullptr;
 thread_local FailingLock* t_lock = nullptr;
 thread_local UnlockWatch* t_unlock = nullptr;
+thread_local RecordedLocks* t_locks = nullptr;
 thread_local bool t_noThreadNames = false;
 
 std::size_t DefaultStack(std::size_t replacement)
@@ -97,6 +98,25 @@ void UnlockWatch::BeforeUnlock(const void* mutex) const
     }
 }
 
+RecordedLocks::RecordedLocks(const void* object, std::size_t size)
+    : m_begin(static_cast<const char*>(object))
+    , m_size(size)
+{
+    t_locks = this;
+}
+
+RecordedLocks::~RecordedLocks()
+{
+    t_locks = nullptr;
+}
+
+void RecordedLocks::Record(const void* mutex, char event)
+{
+    if (IsWithin(mutex, m_begin, m_size)) {
+        events += event;
+    }
+}
+
 FailingThreadName::FailingThreadName()
 {
     t_noThreadNames = true;
@@ -136,13 +156,21 @@ int __wrap_nanosleep(const timespec* interval, timespec* left)
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 {
     auto* const failing = lbm::test::t_lock;
-    return failing != nullptr && failing->Concerns(mutex) ? EDEADLK : __real_pthread_mutex_lock(mutex);
+    const bool fails = failing != nullptr && failing->Concerns(mutex);
+    const int result = fails ? EDEADLK : __real_pthread_mutex_lock(mutex);
+    if (auto* const locks = lbm::test::t_locks; locks != nullptr && result == 0) {
+        locks->Record(mutex, 'L');
+    }
+    return result;
 }
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex)
 {
     if (const auto* const watch = lbm::test::t_unlock) {
         watch->BeforeUnlock(mutex);
+    }
+    if (auto* const locks = lbm::test::t_locks) {
+        locks->Record(mutex, 'U');
     }
     return __real_pthread_mutex_unlock(mutex);
 }

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -75,6 +76,29 @@ private:
     const char* m_begin;
     std::size_t m_size;
     std::function<void()> m_action;
+};
+
+/// While it lives, the locking and unlocking of mutexes that lie within the object is written down.
+class RecordedLocks {
+public:
+    template <class Object>
+    explicit RecordedLocks(const Object& object)
+        : RecordedLocks(&object, sizeof(Object))
+    {
+    }
+    ~RecordedLocks();
+    RecordedLocks(const RecordedLocks&) = delete;
+    RecordedLocks& operator=(const RecordedLocks&) = delete;
+
+    void Record(const void* mutex, char event);
+
+    std::string events; ///< "L" for a lock that was taken, "U" for one about to be released: "LLUU" are nested ones
+
+private:
+    RecordedLocks(const void* object, std::size_t size);
+
+    const char* m_begin;
+    std::size_t m_size;
 };
 
 /// While it lives, naming a thread fails.

@@ -21,9 +21,11 @@ using qx::test::LbmDouble;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -164,10 +166,15 @@ TEST_F(Response, GivenWouldBlockForEver_WhenSentWithThreeRetries_ThenTwoDebugLin
     EXPECT_THAT(log.texts(QXLOG_ERROR), SizeIs(1));
 }
 
-TEST_F(Response, GivenAnyLine_WhenLogged_ThenItNamesNoSourceAndNoHandler)
+TEST_F(Response, GivenEachKindOfLine_WhenLogged_ThenItNamesNoSourceAndNoHandler)
 {
+    lbm::Response(nullptr).SendWithRetries("SRC", "TOPIC", "reply", 5, "id-1", 2, 0, LBM_MSG_FLUSH);
+    transport.fail_next("lbm_send_response", LBM_EOP);
+    Send(2, 0);
     BlockAlways();
     Send(2, 0);
+    EXPECT_THAT(log.texts(), ElementsAre(EndsWith(" valid response object."), StartsWith("Error responding to "),
+                                         Blocked(0, "1", 2), Failed(0, 2)));
     EXPECT_THAT(
         log.statements(),
         Each(AllOf(Field(&CapturedStatement::source, ""), Field(&CapturedStatement::handlerName, ""),

@@ -107,7 +107,7 @@ TEST_F(TriageEventQueue, GivenVariable_WhenInitialized_ThenTheStartIsLoggedWithQ
     StartAndStop();
     EXPECT_THAT(TextAt(1321),
                 ::testing::MatchesRegex("started triage_handler event_queue=0x[0-9a-f]+ thread_id=[0-9]+"));
-    EXPECT_THAT(log.texts(QXLOG_INFO), Contains(TextAt(1321)));
+    EXPECT_THAT(log.statements(), Contains(TriageStatement(QXLOG_INFO, 1321, TextAt(1321))));
 }
 
 TEST_F(TriageEventQueue, GivenTheThread_WhenItRuns_ThenItDispatchesWithoutLimitBetweenTwoLines)

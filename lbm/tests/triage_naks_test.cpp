@@ -159,6 +159,8 @@ TEST_F(TriageNaks, GivenSelector_WhenLogged_ThenItStandsAsItWasGiven)
                                          "end toggling NAKs for contexts matching MiXed enable_naks=0"));
 }
 
+// That they are switched in the order of their registration cannot be seen: a context that cannot be switched says so
+// without saying which it is, and calls nothing.
 TEST_F(TriageNaks, GivenTwoContextsOfOneName_WhenSelected_ThenBothAreSwitched)
 {
     Register({"Prices", "Prices", "Other"});

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <google/protobuf/stubs/logging.h>
+
 #include "lbm/tests/platform_calls.h"
 #include "lbm/tests/triage_fixture.h"
 #include "lbm/tests/triage_requests.h"
@@ -182,6 +184,17 @@ TEST_F(TriageRequest, GivenActionThatBreaksOffBehindItsWire_WhenHandled_ThenWhat
     const auto action = MakeAction("1", MakeWire(Header::MSG_OPS_TRIAGE_TEST_REQUEST, "")).SerializeAsString() + "\xff";
     Handle(MakeWire(Header::MSG_OPS_TRIAGE_ACTION_WITH_WIRE, action).SerializeAsString());
     EXPECT_THAT(Answers(transport), SizeIs(1));
+}
+
+TEST_F(TriageRequest, GivenIdThatIsNotUtf8BehindTheWire_WhenHandled_ThenAnsweredWithTheSameBytes)
+{
+    auto* const protobufsLog = google::protobuf::SetLogHandler(nullptr); // it reports the id on standard error
+    const std::string action =
+        MakeAction("", MakeWire(Header::MSG_OPS_TRIAGE_TEST_REQUEST, "")).SerializeAsString() + "\x0a\x02\xc3\x28";
+    Handle(MakeWire(Header::MSG_OPS_TRIAGE_ACTION_WITH_WIRE, action).SerializeAsString());
+    google::protobuf::SetLogHandler(protobufsLog);
+    ASSERT_THAT(Answers(transport), SizeIs(1));
+    EXPECT_EQ(Answers(transport).front().bytes, std::string("\x0a\x02\xc3\x28\x10\x00", 6));
 }
 
 TEST_F(TriageRequestAboveSearch, GivenRequests_WhenHandled_ThenAnsweredWithoutALine)
