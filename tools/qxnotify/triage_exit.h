@@ -11,7 +11,7 @@ enum class TriageExit : int {
     ok = 0,
     warning = 1,
     critical = 2,
-    unknown = 3, ///< nothing was found out: wrong usage or set-up
+    unknown = 3, ///< nothing was found out: wrong usage or set-up, or a signal before the first request
 };
 
 constexpr int to_int(TriageExit code)

@@ -10,16 +10,6 @@ namespace qx::tool {
 
 namespace {
 
-std::string name_of(std::size_t source, const Inventory& inventory, const InventoryMatch& match)
-{
-    for (std::size_t entry = 0; entry < inventory.size(); ++entry) {
-        if (match.source_of_entry[entry] == source) {
-            return inventory[entry].name;
-        }
-    }
-    return {};
-}
-
 void add_responders(TriageReport& report, const TriageTally& tally)
 {
     std::vector<double> all;
@@ -32,28 +22,49 @@ void add_responders(TriageReport& report, const TriageTally& tally)
         all.insert(all.end(), latencies.begin(), latencies.end());
     }
     report.latency_ms = summarise(std::move(all));
-    report.answered = report.responders.size();
+    report.answered = report.expected ? tally.gatherings().front().size() : report.responders.size();
 }
 
-void add_inventory(TriageReport& report, const Inventory& inventory)
+ResponderReport& responder_of(TriageReport& report, const std::string& source)
 {
-    if (inventory.empty()) {
-        return;
-    }
-    std::vector<std::string> sources;
-    for (const ResponderReport& responder : report.responders) {
-        sources.push_back(responder.source);
-    }
+    return *std::find_if(report.responders.begin(), report.responders.end(),
+                         [&](const ResponderReport& responder) { return responder.source == source; });
+}
+
+/// Notes which entries were satisfied by those that answered together. A name that is given stays.
+void add_gathering(TriageReport& report, const Inventory& inventory, const std::vector<std::string>& sources)
+{
     const InventoryMatch match = match_inventory(inventory, sources);
-    for (std::size_t source = 0; source < sources.size(); ++source) {
-        report.responders[source].name = name_of(source, inventory, match);
-    }
     for (std::size_t entry = 0; entry < inventory.size(); ++entry) {
-        report.inventory.push_back({inventory[entry].name, match.source_of_entry[entry].has_value()});
+        if (const auto source = match.source_of_entry[entry]) {
+            report.inventory[entry].answered = true;
+            std::string& name = responder_of(report, sources[*source]).name;
+            name = name.empty() ? inventory[entry].name : name;
+        }
     }
     for (const std::size_t source : match.unexpected) {
         report.unexpected.push_back(sources[source]);
     }
+}
+
+void drop_repetitions(std::vector<std::string>& texts)
+{
+    std::sort(texts.begin(), texts.end());
+    texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
+}
+
+void add_inventory(TriageReport& report, const Inventory& inventory, const TriageTally& tally)
+{
+    if (inventory.empty()) {
+        return;
+    }
+    for (const InventoryEntry& entry : inventory) {
+        report.inventory.push_back({entry.name, false});
+    }
+    for (const auto& sources : tally.gatherings()) {
+        add_gathering(report, inventory, sources);
+    }
+    drop_repetitions(report.unexpected);
     report.expected = inventory.size();
     report.answered = inventory.size() - report.missing().size();
 }
@@ -65,6 +76,9 @@ bool slower_than(const TriageReport& report, const std::optional<double>& thresh
 
 TriageExit verdict(const TriageReport& report)
 {
+    if (report.stopped_before_asking()) {
+        return TriageExit::unknown;
+    }
     if (report.answered == 0 || report.missing_count() > 0 || slower_than(report, report.thresholds.critical_ms)) {
         return TriageExit::critical;
     }
@@ -116,13 +130,21 @@ TriageReport make_report(const TriageQuestion& question, const TriageTally& tall
     report.thresholds = question.thresholds;
     report.faulty.assign(tally.faults().begin(), tally.faults().end());
     add_responders(report, tally);
-    add_inventory(report, question.inventory);
+    add_inventory(report, question.inventory, tally);
     report.code = verdict(report);
     return report;
 }
 
+bool TriageReport::stopped_before_asking() const
+{
+    return rounds == 0 && ended_by != completion;
+}
+
 std::string headline(const TriageReport& report)
 {
+    if (report.stopped_before_asking()) {
+        return "stopped before anything was sent";
+    }
     const std::string of = report.expected ? " of " + std::to_string(*report.expected) : "";
     return std::to_string(report.answered) + of + " answered" + missing_text(report);
 }

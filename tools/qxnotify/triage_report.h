@@ -37,12 +37,15 @@ struct TriageQuestion {
     TriageThresholds thresholds;
 };
 
+/// How asking ended unless a signal did it.
+inline constexpr const char* completion = "completion";
+
 struct TriageReport {
     std::string request;
     std::string topic;
-    std::string ended_by; ///< "completion", "SIGINT" or "SIGTERM"
+    std::string ended_by; ///< `completion`, "SIGINT" or "SIGTERM"
     std::uint64_t rounds = 0;
-    std::uint64_t answered = 0;            ///< entries of the inventory; without one, responders
+    std::uint64_t answered = 0; ///< entries of the inventory; else responders, those of one round if some are expected
     std::optional<std::uint64_t> expected; ///< of these
     std::uint64_t requests_answered = 0;   ///< by responders known, one by one
     std::uint64_t requests_sent = 0;
@@ -56,10 +59,13 @@ struct TriageReport {
 
     std::vector<std::string> missing() const; ///< names
     std::uint64_t missing_count() const;
+    /// A signal came before the first request, so nothing was found out.
+    bool stopped_before_asking() const;
 };
 
-/// Nobody at all, somebody missing, or an answer slower than the critical threshold is critical. A slower answer than
-/// the warning threshold, an unanswered request, or a faulty answer is a warning. An unexpected responder is neither.
+/// Stopped before the first request is unknown. Nobody at all, somebody missing, or an answer slower than the critical
+/// threshold is critical. A slower answer than the warning threshold, an unanswered request, or a faulty answer is a
+/// warning. An unexpected responder is neither.
 TriageReport make_report(const TriageQuestion& question, const TriageTally& tally, const std::string& ended_by);
 
 /// "12 of 14 answered; missing price-3, price-9"; without line feed.

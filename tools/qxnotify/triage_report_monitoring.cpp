@@ -62,7 +62,7 @@ Labels labels_of(const ResponderReport& responder)
 
 void expose_counts(Exposition& out, const TriageReport& report)
 {
-    out.metric("state", "The verdict: 0 ok, 1 warning, 2 critical.");
+    out.metric("state", "The verdict: 0 ok, 1 warning, 2 critical, 3 unknown.");
     out.sample(std::to_string(to_int(report.code)));
     out.metric("answered", "Expected responders that answered, or all that did when none are expected.");
     out.sample(std::to_string(report.answered));

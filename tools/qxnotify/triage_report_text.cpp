@@ -56,9 +56,14 @@ std::string table(const TriageReport& report)
     return align(rows);
 }
 
+bool nobody_was_there(const TriageReport& report)
+{
+    return report.rounds == 0 && !report.stopped_before_asking();
+}
+
 std::string notes(const TriageReport& report)
 {
-    std::string text = report.rounds > 0 ? "" : "nobody was there to be asked, nothing was sent\n";
+    std::string text = nobody_was_there(report) ? "nobody was there to be asked, nothing was sent\n" : "";
     for (const std::string& source : report.unexpected) {
         text += "unexpected: " + escaped(source) + "\n";
     }
@@ -83,7 +88,7 @@ std::string latency_line(const TriageReport& report)
 
 std::string report_text(const TriageReport& report)
 {
-    const std::string cut = report.ended_by == "completion" ? "" : ", ended by " + report.ended_by;
+    const std::string cut = report.ended_by == completion ? "" : ", ended by " + report.ended_by;
     return table(report) + notes(report) + latency_line(report) + headline(report) + "\n" + state_name(report.code) +
            ": " + report.request + ", topic " + escaped(report.topic) + ", " + std::to_string(report.rounds) +
            (report.rounds == 1 ? " round" : " rounds") + cut + "\n";

@@ -99,7 +99,7 @@ bool TriageRounds::pause_until(Clock::time_point next)
 std::string TriageRounds::ended_by() const
 {
     const int signal = m_stop.received();
-    return signal != 0 ? signal_name(signal) : "completion";
+    return signal != 0 ? signal_name(signal) : completion;
 }
 
 } // namespace qx::tool

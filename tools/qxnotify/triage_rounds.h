@@ -29,7 +29,7 @@ public:
     void run(std::uint64_t rounds, double interval_seconds, const MakeRequest& make_request);
 
     const TriageTally& tally() const { return m_tally; }
-    /// "completion", or the signal.
+    /// `completion`, or the signal.
     std::string ended_by() const;
 
 private:

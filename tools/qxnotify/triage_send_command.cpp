@@ -80,7 +80,11 @@ TriageExit run_triage_send(const TriageSendOptions& options)
         const std::string request = read_request(options.path, stop);
         TriageRequester requester(options.target.context_name, topic, stop);
         std::size_t answered = 0;
-        if (reach_responders(requester, options.collecting, stop) == Reached::yes && requester.send(request)) {
+        const Reached reached = reach_responders(requester, options.collecting, stop);
+        if (reached == Reached::stopped || (reached == Reached::yes && !requester.send(request))) {
+            throw TriageSetupError(signal_name(stop.received()) + " came before anything was sent");
+        }
+        if (reached == Reached::yes) {
             answered = write_answers(requester, options.collecting, output);
         }
         return answered > 0 && answered >= options.collecting.expected.value_or(1) ? TriageExit::ok

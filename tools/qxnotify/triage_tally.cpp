@@ -1,6 +1,14 @@
 #include "qxnotify/triage_tally.h"
 
+#include <algorithm>
+
 namespace qx::tool {
+
+void TriageTally::begin_round()
+{
+    m_gatherings.insert(sources_of_this_round());
+    ++m_begun;
+}
 
 void TriageTally::add(const TriageAnswer& answer)
 {
@@ -24,6 +32,15 @@ std::vector<std::string> TriageTally::sources_of_this_round() const
         }
     }
     return sources;
+}
+
+std::vector<std::vector<std::string>> TriageTally::gatherings() const
+{
+    auto distinct = m_gatherings;
+    distinct.insert(sources_of_this_round());
+    std::vector<std::vector<std::string>> result(distinct.begin(), distinct.end());
+    std::stable_sort(result.begin(), result.end(), [](const auto& a, const auto& b) { return a.size() > b.size(); });
+    return result;
 }
 
 std::uint64_t TriageTally::sent_to(const Responder& responder) const

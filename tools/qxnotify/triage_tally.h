@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ public:
         std::uint64_t last_round = 0;     ///< it answered in, 1 being the first
     };
 
-    void begin_round() { ++m_begun; }
+    void begin_round();
     void add(const TriageAnswer& answer);
     /// The time for answers was up, or nobody was left to wait for. A round that a signal ended is not complete.
     void complete_round() { m_completed = m_begun; }
@@ -33,6 +34,9 @@ public:
     /// The last fault of each source.
     const std::map<std::string, std::string>& faults() const { return m_faults; }
     std::vector<std::string> sources_of_this_round() const;
+    /// Who answered together in one round; each such set of sources once, the largest first. A process that comes back
+    /// has another source, so over several rounds there may be more of them than there ever were processes.
+    std::vector<std::vector<std::string>> gatherings() const;
     /// Requests that the responder had its time to answer, or did answer: in a round cut short it owes none.
     std::uint64_t sent_to(const Responder& responder) const;
 
@@ -41,6 +45,7 @@ private:
     std::uint64_t m_completed = 0;
     std::map<std::string, Responder> m_responders;
     std::map<std::string, std::string> m_faults;
+    std::set<std::vector<std::string>> m_gatherings; ///< of the rounds before this one
 };
 
 } // namespace qx::tool

@@ -83,6 +83,18 @@ TEST(TriagePing, GivenNobody_WhenRun_ThenCritical)
     EXPECT_THAT(output.text(), StartsWith("TRIAGE CRITICAL - 0 of 1 answered; 1 missing | "));
 }
 
+TEST(TriagePing, GivenSignalBeforeTheFirstRequest_WhenRun_ThenUnknownAndNothingIsSent)
+{
+    TriageNetwork network;
+    network.lbm.on_call("lbm_src_create", [] { ::kill(::getpid(), SIGTERM); });
+    auto options = impatient<TriagePingOptions>();
+    options.collecting.format = TriageFormat::nagios;
+    const CapturedOutput output;
+    EXPECT_EQ(run_triage_ping(options), TriageExit::unknown);
+    EXPECT_THAT(output.text(), StartsWith("TRIAGE UNKNOWN - stopped before anything was sent | "));
+    EXPECT_THAT(network.lbm.calls("lbm_send_request"), IsEmpty());
+}
+
 TEST(TriagePing, GivenNoEnvironment_WhenRun_ThenUnknownAndNoTransportIsTouched)
 {
     ::unsetenv("CHEF_ENVIRONMENT");
@@ -191,6 +203,17 @@ TEST(TriageSend, GivenNoAnswer_WhenRun_ThenCritical)
     const CapturedOutput output;
     EXPECT_EQ(run_triage_send(options), TriageExit::critical);
     EXPECT_THAT(output.text(), IsEmpty());
+}
+
+TEST(TriageSend, GivenSignalBeforeTheRequest_WhenRun_ThenUnknownAndNothingIsSent)
+{
+    TriageNetwork network;
+    network.lbm.on_call("lbm_src_create", [] { ::kill(::getpid(), SIGTERM); });
+    auto options = impatient<TriageSendOptions>();
+    options.path = "/dev/null";
+    const CapturedOutput output;
+    EXPECT_EQ(run_triage_send(options), TriageExit::unknown);
+    EXPECT_THAT(network.lbm.calls("lbm_send_request"), IsEmpty());
 }
 
 TEST(TriageSend, GivenNoFile_WhenRun_ThenUnknownAndNoTransportIsTouched)

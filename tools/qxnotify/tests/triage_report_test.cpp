@@ -13,6 +13,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 constexpr const char* source_1 = "LBMDDS:10.0.0.1:4711:00000000000000aa";
+constexpr const char* source_3 = "LBMDDS:10.0.0.1:4712:00000000000000cc";
 constexpr const char* source_2 = "LBMDDS:10.0.0.2:4711:00000000000000bb";
 
 TriageQuestion question()
@@ -32,6 +33,20 @@ TriageTally one_round(const std::vector<TriageAnswer>& answers)
         tally.add(answer);
     }
     tally.complete_round();
+    return tally;
+}
+
+/// Complete rounds, in each of which these sources answered.
+TriageTally rounds(const std::vector<std::vector<std::string>>& all)
+{
+    TriageTally tally;
+    for (const auto& sources : all) {
+        tally.begin_round();
+        for (const std::string& source : sources) {
+            tally.add({source, 1, ""});
+        }
+        tally.complete_round();
+    }
     return tally;
 }
 
@@ -58,6 +73,22 @@ TEST(TriageVerdict, GivenFewerThanExpected_WhenJudged_ThenCriticalAndCounted)
     const auto report = report_of(asked, {{source_1, 1, ""}});
     EXPECT_EQ(report.code, TriageExit::critical);
     EXPECT_EQ(headline(report), "1 of 3 answered; 2 missing");
+}
+
+TEST(TriageVerdict, GivenProcessThatComesBackAsAnother_WhenJudged_ThenItCountsOnceAsInAnyRound)
+{
+    auto asked = question();
+    asked.expected = 2;
+    const auto report = make_report(asked, rounds({{source_1}, {source_2}, {source_3}}), completion);
+    EXPECT_EQ(report.code, TriageExit::critical);
+    EXPECT_EQ(headline(report), "1 of 2 answered; 1 missing");
+    EXPECT_EQ(make_report(asked, rounds({{source_1}, {source_2, source_3}}), completion).missing_count(), 0U);
+}
+
+TEST(TriageVerdict, GivenSignalBeforeTheFirstRequest_WhenJudged_ThenUnknown)
+{
+    EXPECT_EQ(make_report(question(), TriageTally{}, "SIGTERM").code, TriageExit::unknown);
+    EXPECT_EQ(make_report(question(), rounds({{}}), "SIGTERM").code, TriageExit::critical);
 }
 
 TEST(TriageVerdict, GivenMoreThanExpected_WhenJudged_ThenOk)
@@ -110,6 +141,25 @@ TEST(TriageReport, GivenOnlyAnUnexpectedResponder_WhenInventoryIsThere_ThenNobod
     EXPECT_EQ(headline(report_of(asked, {{source_1, 1, ""}})), "0 of 1 answered; missing price-3");
 }
 
+TEST(TriageReport, GivenTwoEntriesOfOneAddress_WhenOneProcessComesBackAsAnother_ThenTheOtherEntryIsMissing)
+{
+    auto asked = question();
+    asked.inventory = {{"price-1", "10.0.0.1"}, {"price-2", "10.0.0.1"}};
+    const auto report = make_report(asked, rounds({{source_1}, {source_3}}), completion);
+    EXPECT_EQ(headline(report), "1 of 2 answered; missing price-2");
+    EXPECT_EQ(report.responders[0].name, "price-1");
+    EXPECT_EQ(report.responders[1].name, "price-1");
+}
+
+TEST(TriageReport, GivenInventory_WhenEntriesAreSatisfiedInDifferentRounds_ThenNoneIsMissing)
+{
+    auto asked = question();
+    asked.inventory = {{"price-1", "10.0.0.1"}, {"price-2", "10.0.0.2"}};
+    const auto report = make_report(asked, rounds({{source_1, "x"}, {source_2, "x"}}), completion);
+    EXPECT_EQ(headline(report), "2 of 2 answered");
+    EXPECT_THAT(report.unexpected, ElementsAre("x"));
+}
+
 TEST(TriageText, GivenRounds_WhenWritten_ThenTableStatisticsAndVerdict)
 {
     auto tally = one_round({{source_1, 1.25, ""}});
@@ -135,6 +185,13 @@ TEST(TriageText, GivenNothingSent_WhenWritten_ThenItSaysSo)
     EXPECT_EQ(report_text(make_report(question(), TriageTally{}, "completion")),
               "nobody was there to be asked, nothing was sent\n"
               "0 answered\nCRITICAL: ping, topic TRIAGE.ACTION.DEV.LBM, 0 rounds\n");
+}
+
+TEST(TriageText, GivenSignalBeforeTheFirstRequest_WhenWritten_ThenItDoesNotSayThatNobodyWasThere)
+{
+    EXPECT_EQ(report_text(make_report(question(), TriageTally{}, "SIGTERM")),
+              "stopped before anything was sent\n"
+              "UNKNOWN: ping, topic TRIAGE.ACTION.DEV.LBM, 0 rounds, ended by SIGTERM\n");
 }
 
 TEST(TriageText, GivenSourceWithControlCharacters_WhenWritten_ThenEscaped)

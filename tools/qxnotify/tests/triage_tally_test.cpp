@@ -67,6 +67,19 @@ TEST(TriageTally, GivenSecondRound_WhenBegun_ThenOnlyItsAnswersAreOfThisRound)
     EXPECT_EQ(tally.rounds(), 2U);
 }
 
+TEST(TriageTally, GivenRounds_WhenGatheringsAreAsked_ThenEachOnceTheLargestFirstAndThisRoundWithThem)
+{
+    TriageTally tally;
+    EXPECT_THAT(tally.gatherings(), ElementsAre(IsEmpty()));
+    for (const std::vector<std::string>& sources : {std::vector<std::string>{"a"}, {"a"}, {"c", "b"}}) {
+        tally.begin_round();
+        for (const std::string& source : sources) {
+            tally.add({source, 1, ""});
+        }
+    }
+    EXPECT_THAT(tally.gatherings(), ElementsAre(ElementsAre("b", "c"), ElementsAre("a"), IsEmpty()));
+}
+
 TEST(TriageTally, GivenResponderThatMissedARound_WhenCompleted_ThenItOwesAnAnswer)
 {
     TriageTally tally;
