@@ -1,16 +1,10 @@
 #include "requester.h"
 
-#include <random>
 #include <utility>
 
 #include "answer.h"
 
 namespace qx::transport {
-
-Requester::Requester()
-    : last_(std::uint64_t{std::random_device{}()} << 32U)
-{
-}
 
 std::uint64_t Requester::open(const std::shared_ptr<Request>& request)
 {

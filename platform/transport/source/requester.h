@@ -18,8 +18,6 @@ namespace qx::transport {
 /// Threads   any.
 class Requester {
 public:
-    Requester();
-
     /// Gives the request its number, never used again within the context.
     std::uint64_t open(const std::shared_ptr<Request>& request);
     void forget(std::uint64_t number);
@@ -36,7 +34,7 @@ private:
 
     mutable std::mutex mutex_;
     std::unordered_map<std::uint64_t, std::shared_ptr<Request>> requests_;
-    std::uint64_t last_; ///< begins anywhere: nobody is to guess the number of a request that is not sent yet
+    std::uint64_t last_ = 0;
     std::atomic<std::uint64_t> dropped_{0};
 };
 
