@@ -13,9 +13,6 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-/// Neither acknowledgements nor a requester that is found wake anybody up: both have to be looked for.
-constexpr std::chrono::microseconds retry_interval{500};
-
 } // namespace
 
 AnswerWriter::AnswerWriter(const ContextId& self, const ContextId& requester, AnswerPolicy policy, Flusher& flusher)
@@ -60,23 +57,20 @@ bool AnswerWriter::send(AnswerTo& to, std::string_view payload, const SendWait& 
             ++to.next;
             return true;
         }
-        if (wait.never) {
-            throw TransportError(LBM_EWOULDBLOCK, "the requester has not acknowledged enough answers yet");
-        }
-        if (wait.deadline && SteadyClock::now() >= *wait.deadline) {
-            throw TransportError(LBM_ETIMEDOUT, "the requester has not acknowledged enough answers in time");
-        }
-        room_.wait_for(lock, retry_interval);
+        wait_for_room(lock, room_, wait,
+                      found_ ? "the requester has not acknowledged enough answers"
+                             : "the requester has not been found");
     }
 }
 
 void AnswerWriter::look() noexcept
 {
-    dds_publication_matched_status_t status{};
-    if (!writer_ || dds_get_publication_matched_status(writer_.get(), &status) != DDS_RETCODE_OK) {
+    // Not the matched status: that still counts a reader whose acknowledgements the writer no longer waits for.
+    const dds_return_t readers = writer_ ? dds_get_matched_subscriptions(writer_.get(), nullptr, 0) : DDS_RETCODE_ERROR;
+    if (readers < 0) {
         return;
     }
-    if (status.current_count > 0) {
+    if (readers > 0) {
         found_ = true;
     } else if (found_ || SteadyClock::now() - opened_ >= policy_.patience) {
         gone_ = true;
@@ -176,6 +170,7 @@ bool AnswerWriter::close_if_idle()
     if (writer_ && !all_acknowledged()) {
         return false;
     }
+    look(); // only now: a requester that is gone leaves nothing unacknowledged, and is not idle for that
     writer_.reset();
     return true;
 }
@@ -195,16 +190,16 @@ void AnswerWriter::stop() noexcept
     room_.notify_all();
 }
 
-void AnswerWriter::drain(SteadyClock::time_point deadline) noexcept
+bool AnswerWriter::drained() noexcept
 {
-    Lock lock{mutex_};
-    for (write_waiting(); !waiting_.empty() && SteadyClock::now() < deadline; write_waiting()) {
-        room_.wait_for(lock, retry_interval);
-    }
-    if (writer_) {
-        const std::chrono::nanoseconds left = deadline - SteadyClock::now();
-        dds_wait_for_acks(writer_.get(), std::max<dds_duration_t>(left.count(), 0));
-    }
+    const std::lock_guard lock{mutex_};
+    write_waiting();
+    return !writer_ || all_acknowledged();
+}
+
+void AnswerWriter::close() noexcept
+{
+    const std::lock_guard lock{mutex_};
     waiting_.clear();
     writer_.reset();
 }

@@ -15,7 +15,7 @@
 #include "dds_entity.h"
 #include "flusher.h"
 #include "ids.h"
-#include "stream_writer.h"
+#include "send_wait.h"
 
 namespace qx::transport {
 
@@ -58,8 +58,11 @@ public:
     /// Sends that wait give up; nothing new is accepted.
     void stop() noexcept;
 
-    /// After `stop`: sends what waits, waits until the deadline for acknowledgement, and closes.
-    void drain(std::chrono::steady_clock::time_point deadline) noexcept;
+    /// Sends what waits if it can. True: all of it is acknowledged, or the requester is gone.
+    bool drained() noexcept;
+
+    /// After `stop`; drops what is left.
+    void close() noexcept;
 
     std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
 

@@ -1,6 +1,7 @@
 #include "responder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "wire_qos.h"
 
@@ -9,13 +10,18 @@ namespace {
 
 constexpr std::chrono::seconds sweep_interval{1};
 
+/// Longer than for a window: every look asks all writers, and the intake needs the lock too.
+constexpr std::chrono::milliseconds writers_retry_interval{10};
+
 } // namespace
 
-Responder::Responder(dds_entity_t participant, const ContextId& self, AnswerPolicy policy, Flusher& flusher)
+Responder::Responder(dds_entity_t participant, const ContextId& self, AnswerPolicy policy, Flusher& flusher,
+                     WriterLimits limits)
     : participant_(participant)
     , self_(self)
     , policy_(policy)
     , flusher_(flusher)
+    , limits_(limits)
 {
 }
 
@@ -40,14 +46,15 @@ Responder::WriterPtr Responder::writer_for(const ContextId& requester)
     }
     if (known_.size() >= known_looked_at_) {
         std::erase_if(known_, [](const auto& item) { return item.second.expired(); });
-        known_looked_at_ = 2 * known_.size() + idle_answer_writers_max;
+        known_looked_at_ = 2 * known_.size() + limits_.idle;
     }
     auto writer = std::make_shared<AnswerWriter>(self_, requester, policy_, flusher_);
     known_.insert_or_assign(requester, writer);
     return writer;
 }
 
-void Responder::open(const WriterPtr& writer)
+/// False: there are too many, see `make_room`.
+bool Responder::open(const WriterPtr& writer)
 {
     if (stopped_) {
         throw TransportError(LBM_EOP, "the context is deleted");
@@ -55,32 +62,45 @@ void Responder::open(const WriterPtr& writer)
     if (!topic_) {
         topic_ = make_packet_topic(participant_, answers_topic);
     }
-    if (std::find(open_.begin(), open_.end(), writer) != open_.end()) {
-        writer->open(participant_, topic_.get());
-        return;
+    const bool known = std::find(open_.begin(), open_.end(), writer) != open_.end();
+    if (!known && !make_room()) {
+        return false;
     }
-    make_room();
     writer->open(participant_, topic_.get());
-    open_.push_back(writer);
+    if (!known) {
+        open_.push_back(writer);
+    }
     if (!armed_) {
         flusher_.arm(weak_from_this(), std::chrono::steady_clock::now() + sweep_interval);
         armed_ = true;
     }
+    return true;
 }
 
-void Responder::make_room()
+bool Responder::make_room()
 {
-    if (open_.size() < idle_answer_writers_max) {
-        return;
+    if (open_.size() >= limits_.idle) {
+        forget_vanished();
+        close_idle();
     }
-    forget_vanished();
-    std::sort(open_.begin(), open_.end(),
-              [](const WriterPtr& a, const WriterPtr& b) { return a->last_used() < b->last_used(); });
-    for (auto oldest = open_.begin(); open_.size() >= idle_answer_writers_max && oldest != open_.end();) {
-        oldest = (*oldest)->close_if_idle() ? open_.erase(oldest) : std::next(oldest);
+    return open_.size() < limits_.all;
+}
+
+void Responder::close_idle()
+{
+    std::vector<std::pair<std::chrono::steady_clock::time_point, WriterPtr>> by_use;
+    by_use.reserve(open_.size());
+    for (const WriterPtr& writer : open_) {
+        by_use.emplace_back(writer->last_used(), writer); // once: others answer meanwhile, and an order must hold still
     }
-    if (open_.size() >= answer_writers_max) {
-        throw TransportError(LBM_EWOULDBLOCK, "too many requesters have not acknowledged their answers yet");
+    std::sort(by_use.begin(), by_use.end());
+    for (const auto& [used, writer] : by_use) {
+        if (open_.size() < limits_.idle) {
+            break;
+        }
+        if (writer->close_if_idle()) {
+            std::erase(open_, writer);
+        }
     }
 }
 
@@ -92,8 +112,11 @@ void Responder::forget_vanished()
 void Responder::send(lbm_response& response, std::string_view payload, const SendWait& wait)
 {
     while (!response.writer->send(response.to, payload, wait)) {
-        const std::lock_guard lock{mutex_};
-        open(response.writer);
+        Lock lock{mutex_};
+        while (!open(response.writer)) {
+            wait_for_room(lock, room_, wait, "too many requesters have not acknowledged their answers",
+                          writers_retry_interval);
+        }
     }
 }
 
@@ -117,25 +140,29 @@ std::size_t Responder::open_writers() const
 
 void Responder::stop() noexcept
 {
-    const std::lock_guard lock{mutex_};
-    stopped_ = true;
-    for (const WriterPtr& writer : open_) {
-        writer->stop();
+    {
+        const std::lock_guard lock{mutex_};
+        stopped_ = true;
+        for (const WriterPtr& writer : open_) {
+            writer->stop();
+        }
     }
+    room_.notify_all();
 }
 
 void Responder::close(std::chrono::steady_clock::time_point deadline) noexcept
 {
     stop();
-    std::vector<WriterPtr> writers;
-    {
-        const std::lock_guard lock{mutex_};
-        writers.swap(open_);
+    Lock lock{mutex_};
+    const std::vector<WriterPtr> writers = std::exchange(open_, {});
+    const auto busy = [](const WriterPtr& writer) { return !writer->drained(); };
+    // All in each round: what one sends must not wait for what another is to acknowledge.
+    while (std::count_if(writers.begin(), writers.end(), busy) > 0 && std::chrono::steady_clock::now() < deadline) {
+        room_.wait_for(lock, retry_interval);
     }
     for (const WriterPtr& writer : writers) {
-        writer->drain(deadline);
+        writer->close();
     }
-    const std::lock_guard lock{mutex_};
     topic_.reset();
 }
 

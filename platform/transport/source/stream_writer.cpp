@@ -8,9 +8,6 @@
 namespace qx::transport {
 namespace {
 
-/// A full window makes no event when it opens: it has to be tried again.
-constexpr std::chrono::microseconds retry_interval{500};
-
 using SteadyClock = std::chrono::steady_clock;
 
 } // namespace
@@ -77,13 +74,7 @@ void StreamWriter::make_room(Lock& lock, const WireMessage& like, const SendWait
         if (result != DDS_RETCODE_TIMEOUT) {
             check_dds(result, "dds_write");
         }
-        if (wait.never) {
-            throw TransportError(LBM_EWOULDBLOCK, "receivers have not acknowledged enough yet");
-        }
-        if (wait.deadline && SteadyClock::now() >= *wait.deadline) {
-            throw TransportError(LBM_ETIMEDOUT, "receivers have not acknowledged enough in time");
-        }
-        room_.wait_for(lock, retry_interval);
+        wait_for_room(lock, room_, wait, "receivers have not acknowledged enough");
     }
 }
 
@@ -149,11 +140,15 @@ std::optional<SteadyClock::time_point> StreamWriter::flush() noexcept
 void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
 {
     Lock lock{mutex_};
-    while (!try_write() && SteadyClock::now() < deadline) {
+    while (!closed_ && !(try_write() && all_acknowledged()) && SteadyClock::now() < deadline) {
         room_.wait_for(lock, retry_interval);
     }
-    const std::chrono::nanoseconds left = deadline - SteadyClock::now();
-    dds_wait_for_acks(writer_.get(), std::max<dds_duration_t>(left.count(), 0));
+}
+
+/// Without waiting: the engine would wait with our lock held.
+bool StreamWriter::all_acknowledged()
+{
+    return dds_wait_for_acks(writer_.get(), 0) == DDS_RETCODE_OK;
 }
 
 bool StreamWriter::has_receivers() const noexcept

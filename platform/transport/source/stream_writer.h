@@ -14,6 +14,7 @@
 #include "flusher.h"
 #include "frame.h"
 #include "ids.h"
+#include "send_wait.h"
 
 namespace qx::transport {
 
@@ -33,13 +34,6 @@ struct FlushPolicy {
     std::chrono::microseconds gap;
 };
 
-/// How long a send may wait for room.
-struct SendWait {
-    std::optional<std::chrono::steady_clock::time_point> deadline; ///< empty: without limit
-    bool never = false;
-    bool flush = false; ///< send at once what was collected
-};
-
 /// A message that comes at least `gap` after the last frame goes at once; one that comes sooner waits for company until
 /// the gap is over or the frame is full: no delay when idle, few frames under load.
 /// Threads   any.
@@ -56,7 +50,8 @@ public:
     /// Closes the source, whatever happens, and sends its end; throws as `send`. Twice is harmless.
     void end(LocalSource& source, const SendWait& wait);
 
-    /// Sends what is left and waits for the receivers' acknowledgement until the deadline.
+    /// Sends what is left and waits for the receivers' acknowledgement until the deadline or the end of the stream;
+    /// holds up no other thread that sends.
     void drain(std::chrono::steady_clock::time_point deadline) noexcept;
 
     /// Sends that wait give up; nothing is sent any more.
@@ -79,6 +74,7 @@ private:
     void arm(std::chrono::steady_clock::time_point when);
     dds_return_t write_frame();
     bool try_write();
+    bool all_acknowledged();
 
     const StreamId id_;
     const FlushPolicy policy_;

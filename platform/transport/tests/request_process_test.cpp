@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <future>
 #include <set>
 #include <thread>
 
@@ -53,12 +55,12 @@ private:
     std::vector<test::RequestHandle> pings_;
 };
 
-/// Keeps what other processes ask, each under a topic of its own, with a window of one answer.
+/// Keeps what other processes ask, each under a topic of its own; unless told otherwise with a window of one answer.
 class Answerer {
 public:
-    explicit Answerer(int lease_ms)
-        : ctx_(test::make_context(
-              {{"lease_ms", std::to_string(lease_ms)}, {"response_window_messages", "1"}, {"close_wait_ms", "100"}}))
+    explicit Answerer(int lease_ms,
+                      const test::OptionList& options = {{"response_window_messages", "1"}, {"close_wait_ms", "100"}})
+        : ctx_(make_context(lease_ms, options))
         , lease_ms_(lease_ms)
     {
     }
@@ -82,15 +84,16 @@ public:
         return peer;
     }
 
-    int answer(std::size_t request, int flags = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK) const
+    int answer(std::size_t request, int flags = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK, const std::string& with = "x") const
     {
-        return test::answer(kept_.response(request), "x", flags);
+        return test::answer(kept_.response(request), with, flags);
     }
     /// Answers until that fails; gives how many answers were accepted.
-    std::size_t answer_until_refused(std::size_t request, int flags = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK) const
+    std::size_t answer_until_refused(std::size_t request, int flags = LBM_MSG_FLUSH | LBM_SRC_NONBLOCK,
+                                     const std::string& with = "x") const
     {
         std::size_t accepted = 0;
-        while (answer(request, flags) == LBM_OK) {
+        while (answer(request, flags, with) == LBM_OK) {
             ++accepted;
         }
         return accepted;
@@ -100,6 +103,12 @@ public:
     void delete_context() { ctx_.reset(); }
 
 private:
+    static test::ContextHandle make_context(int lease_ms, test::OptionList options)
+    {
+        options.emplace_back("lease_ms", std::to_string(lease_ms));
+        return test::make_context(options);
+    }
+
     test::Recorder requests_;
     test::KeptRequests kept_{requests_};
     test::ContextHandle ctx_;
@@ -189,6 +198,42 @@ TEST(RequestProcesses, GivenAnAnswerThatWaitsForAStoppedRequester_WhenItsContext
     }};
     answerer.delete_context();
     waiting.join();
+}
+
+TEST(RequestProcesses, GivenADeletionThatWaitsForAStoppedRequester_WhenAnotherThreadAnswers_ThenItIsToldAtOnce)
+{
+    Answerer answerer{long_lease_ms, {{"response_window_messages", "1"}, {"close_wait_ms", "60000"}}};
+    const auto stopped = answerer.start_requester("ASK.STOPPED");
+    stopped->stop();
+    answerer.answer_until_refused(0);
+    auto deletion = std::async(std::launch::async, [&] { answerer.delete_context(); });
+    ASSERT_TRUE(answerer.wait([&] { return answerer.answer(0) == LBM_FAILURE && lbm_errnum() == LBM_EOP; }));
+    auto answering = std::async(std::launch::async, [&] {
+        const auto long_enough =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds{200}; // to be well into it
+        while (std::chrono::steady_clock::now() < long_enough) {
+            EXPECT_EQ(answerer.answer(0), LBM_FAILURE);
+        }
+    });
+    EXPECT_EQ(answering.wait_for(test::patience), std::future_status::ready);
+    EXPECT_EQ(deletion.wait_for(std::chrono::seconds{0}), std::future_status::timeout);
+    stopped->signal(SIGCONT);
+    EXPECT_EQ(deletion.wait_for(test::patience), std::future_status::ready);
+}
+
+TEST(RequestProcesses, GivenAStoppedRequester_WhenItsAnswersAreLarge_ThenTheirBytesAreBoundedBeforeTheirNumber)
+{
+    Answerer answerer{long_lease_ms, {{"response_window_messages", "256"}, {"close_wait_ms", "100"}}};
+    const auto stopped = answerer.start_requester("ASK.STOPPED");
+    stopped->stop();
+    const std::string mebibyte(1U << 20U, 'x');
+    const std::size_t accepted = answerer.answer_until_refused(0, LBM_MSG_FLUSH | LBM_SRC_NONBLOCK, mebibyte);
+    EXPECT_EQ(lbm_errnum(), LBM_EWOULDBLOCK);
+    EXPECT_GE(accepted, 4U);
+    EXPECT_LE(accepted, 5U);
+    stopped->signal(SIGCONT);
+    EXPECT_EQ(answerer.answer(0, 0, mebibyte), LBM_OK);
+    stopped->tell("answers ASK.STOPPED " + std::to_string(1 + accepted + 1));
 }
 
 TEST(RequestProcesses, GivenARequesterStoppedForLongerThanItsLease_WhenItAsksAgain_ThenThatIsAnswered)
