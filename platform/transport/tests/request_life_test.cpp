@@ -1,4 +1,4 @@
-/// Deleting requests and what they depend on, in any order; and event queues.
+/// Deleting requests and what they depend on, in any order.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -91,48 +91,6 @@ TEST_F(RequestLifeTest, GivenARequest_WhenItsSourceIsDeletedFirst_ThenItsAnswerS
     ask();
     source.reset();
     EXPECT_EQ(test::answer(kept.response(0), "x"), LBM_OK);
-    EXPECT_TRUE(answered());
-}
-
-TEST_F(RequestLifeTest, GivenARequestOnAnEventQueue_WhenDispatched_ThenItsAnswerRunsOnTheDispatchingThread)
-{
-    const auto queue = test::make_queue();
-    std::thread::id ran_on;
-    answers.then = [&](lbm_msg_t&) { ran_on = std::this_thread::get_id(); };
-    ask("?", queue.get());
-    EXPECT_EQ(test::answer(kept.response(0), "x"), LBM_OK);
-    EXPECT_TRUE(answers.wait([&] {
-        test::check(lbm_event_dispatch(queue.get(), 10));
-        return answers.count(LBM_MSG_RESPONSE) == 1;
-    }));
-    EXPECT_EQ(ran_on, std::this_thread::get_id());
-}
-
-TEST_F(RequestLifeTest, GivenAnEventQueueThatIsDeleted_WhenAnAnswerComes_ThenNobodyIsCalledAndTheRequestMayBeDeleted)
-{
-    auto queue = test::make_queue();
-    ask("?", queue.get());
-    queue.reset();
-    EXPECT_EQ(test::answer(kept.response(0), "nobody listens"), LBM_OK);
-    ask();
-    EXPECT_EQ(test::answer(kept.response(1), "heard"), LBM_OK);
-    ASSERT_TRUE(answered());
-    EXPECT_THAT(answers.payloads(LBM_MSG_RESPONSE), ElementsAre("heard"));
-    EXPECT_EQ(lbm_request_delete(open.front().release()), LBM_OK);
-}
-
-TEST_F(RequestLifeTest, GivenAReceiverOnAnEventQueue_WhenARequestIsDispatched_ThenItCanBeAnswered)
-{
-    const auto queue = test::make_queue();
-    test::Recorder queued;
-    test::KeptRequests waiting{queued};
-    const auto late = test::make_receiver(answering, "ASK.A", queued, queue.get());
-    ask();
-    ASSERT_TRUE(queued.wait([&] {
-        test::check(lbm_event_dispatch(queue.get(), 10));
-        return waiting.size() == 1;
-    }));
-    EXPECT_EQ(test::answer(waiting.response(0), "x"), LBM_OK);
     EXPECT_TRUE(answered());
 }
 
