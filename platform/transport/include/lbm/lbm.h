@@ -230,7 +230,8 @@ int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* nam
 int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq);
 /* Copies the payload; returns when the transport has accepted it, in order with all other sends of the context that
- * share the topic's first token. A send that fails has consumed no sequence number. */
+ * share the topic's first token. There is no room while receivers have not acknowledged more than 4 MiB of these. A
+ * send that fails has consumed no sequence number. */
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags);
 int lbm_src_delete(lbm_src_t* src);
 
@@ -247,16 +248,18 @@ typedef int (*lbm_request_cb_proc)(lbm_request_t* req, lbm_msg_t* msg, void* cli
  * on the thread of the source's context. They may come before the call has returned. */
 int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size_t length, lbm_request_cb_proc proc,
                      void* clientd, lbm_event_queue_t* evq, int flags);
-/* Answers that come later are dropped; as for receivers, no callback goes on afterwards save the one that made the
- * call. */
+/* Answers that come later are dropped, and so are those that wait on an event queue; as for receivers, no callback goes
+ * on afterwards save the one that made the call, whichever thread runs it. */
 int lbm_request_delete(lbm_request_t* req);
 
 /* Answers a request, from any thread. The handle belongs to the request message and is valid as long as that message is
  * held, whatever was deleted meanwhile. Answers are sent at once, in order, whether or not `flags` has LBM_MSG_FLUSH.
- * LBM_EWOULDBLOCK: the requester has not acknowledged the context's option "response_window_messages" of answers, and
- * `flags` has LBM_SRC_NONBLOCK; without it the call waits until the requester goes on or is gone. LBM_EOP: the
- * requester is gone, or the answering context was deleted. A requester that has merely deleted its request takes the
- * answer and drops it. */
+ * LBM_EWOULDBLOCK: there is no room, and `flags` has LBM_SRC_NONBLOCK; without it the call waits for room or until the
+ * requester is gone. There is none when the requester has not acknowledged the context's option
+ * "response_window_messages" of answers, or more than 4 MiB of them; when it is not connected yet and the answers that
+ * wait for that would exceed 4 MiB; or when 1,024 other requesters have not acknowledged theirs. LBM_EOP: the requester
+ * is gone, or the answering context was deleted. A requester that has merely deleted its request takes the answer and
+ * drops it. */
 int lbm_send_response(lbm_response_t* response, const char* data, size_t length, int flags);
 
 #ifdef __cplusplus
