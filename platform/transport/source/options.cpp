@@ -57,7 +57,7 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
     integer(Scope::context, "close_wait_ms", "ms", 0, 60'000, "1000",
             "How long deleting a context waits for acknowledgements of what was sent"),
     integer(Scope::context, "response_window_messages", "", 1, 65'536, "256",
-            "Answers to one requester that may be unacknowledged; further ones wait or fail, and so do those after 4 MiB"),
+            "Answers to one requester that may be unacknowledged, within 4 MiB; further ones wait or fail"),
     boolean(Scope::event_queue, "queue_cancellation_callbacks_enabled", "0",
             "Accepted for programs that set it: deleting a receiver always waits for its callback"),
     integer(Scope::event_queue, "queue_bytes_max", "bytes", 64 * kib, 64 * gib, "268435456",
