@@ -17,9 +17,11 @@ class LbmTriageHandler;
 ///
 /// Errors    constructors and operations throw LbmError; a name that cannot be read only costs the name. Destruction
 ///           reports nothing, and its line is lost when standard output refuses it.
-/// Threads   made and destroyed on the application's threads, one at a time; its operations may be called from any.
+/// Threads   several may be made, moved and destroyed at the same time, each on one thread at a time, but none is
+///           destroyed in a callback of its own; its operations may be called from any.
 /// Lifetime  receivers and topics made on a context must be gone before it. A moved-from context has no handle and no
-///           name, and can only be assigned to or destroyed.
+///           name, and can only be assigned to or destroyed; its destruction prints its line all the same, with
+///           "context=0 context_name=".
 class Context {
 public:
     /// From the transport's default attributes.

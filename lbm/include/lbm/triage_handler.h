@@ -54,9 +54,11 @@ public:
     /// Records the context under its name. The first one without a name also gets the two receivers; a failure to make
     /// them is logged, and the next context without a name tries again. Throws std::system_error when a lock fails.
     void registerContext(const String& contextName, Context* context);
-    /// Forgets the context; receivers that live on it are destroyed, and no other context takes them over.
+    /// Forgets the context; receivers that live on it are destroyed, and no other context takes them over. Throws
+    /// std::system_error when the lock fails: the receivers are gone by then, the record is not.
     void unregisterContext(Context* context);
-    /// The registration of `from` is now `to`'s, which has taken over its transport context.
+    /// The registration of `from` is now `to`'s, which has taken over its transport context. Throws std::system_error
+    /// when a lock fails: before anything, or when only the receivers have followed.
     void moveContext(Context* from, Context* to);
 
     /// The callback of both receivers. Always 0.
