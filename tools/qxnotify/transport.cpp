@@ -11,11 +11,17 @@ struct AttributesDelete {
     void operator()(lbm_context_attr_t* attributes) const noexcept { lbm_context_attr_delete(attributes); }
 };
 
+/// Not every transport says in its reason which call it was; ours does, and with its own subject.
+std::string located(const std::string& reason, std::string_view call, std::string_view subject)
+{
+    const std::string begin = std::string{call} + "(";
+    return reason.starts_with(begin) ? reason : begin + std::string{subject} + "): " + reason;
+}
+
 } // namespace
 
 TransportError::TransportError(std::string_view call, std::string_view subject)
-    : std::runtime_error(std::string{call} + "(" + std::string{subject} + "): " + lbm_errmsg() + " [" +
-                         std::to_string(lbm_errnum()) + "]")
+    : std::runtime_error(located(lbm_errmsg(), call, subject) + " [" + std::to_string(lbm_errnum()) + "]")
 {
 }
 
