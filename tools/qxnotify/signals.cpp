@@ -49,11 +49,6 @@ int remaining_ms(Deadline deadline)
     return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
 }
 
-bool passed(Deadline deadline)
-{
-    return deadline && std::chrono::steady_clock::now() >= *deadline;
-}
-
 } // namespace
 
 Deadline deadline_in(std::optional<double> seconds)
@@ -66,6 +61,11 @@ std::chrono::steady_clock::time_point time_after(std::chrono::steady_clock::time
     constexpr double longest = 1e9;
     return begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                        std::chrono::duration<double>(std::min(seconds, longest)));
+}
+
+bool passed(Deadline deadline)
+{
+    return deadline && std::chrono::steady_clock::now() >= *deadline;
 }
 
 Descriptor::~Descriptor()

@@ -14,6 +14,8 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>; ///< none
 Deadline deadline_in(std::optional<double> seconds);
 std::chrono::steady_clock::time_point time_after(std::chrono::steady_clock::time_point begin, double seconds);
 
+bool passed(Deadline deadline);
+
 /// Owns a file descriptor.
 class Descriptor {
 public:

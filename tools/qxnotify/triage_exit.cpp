@@ -21,8 +21,8 @@ std::string triage_exit_help()
 {
     return "Exit codes of triage, as monitoring systems want them and unlike those of the other verbs:\n"
            "  0    answered, by everybody who was expected, within the thresholds; also: shown by --dry-run\n"
-           "  1    warning: an answer slower than --warning, a request that a responder left unanswered, or an answer\n"
-           "       that does not fit the request\n"
+           "  1    warning: an answer slower than --warning, a request that a responder left unanswered, an answer\n"
+           "       that does not fit the request, or more answers than could be looked at\n"
            "  2    critical: nobody answered, somebody who was expected did not, or an answer slower than --critical\n"
            "  3    unknown: the command line, the environment, a file, the transport, the confirmation or a signal "
            "stood\n"

@@ -83,7 +83,7 @@ TriageExit verdict(const TriageReport& report)
         return TriageExit::critical;
     }
     if (slower_than(report, report.thresholds.warning_ms) || report.requests_answered < report.requests_sent ||
-        !report.faulty.empty()) {
+        !report.faulty.empty() || report.dropped > 0) {
         return TriageExit::warning;
     }
     return TriageExit::ok;
@@ -128,6 +128,7 @@ TriageReport make_report(const TriageQuestion& question, const TriageTally& tall
     report.rounds = tally.rounds();
     report.expected = question.expected;
     report.thresholds = question.thresholds;
+    report.dropped = tally.dropped();
     report.faulty.assign(tally.faults().begin(), tally.faults().end());
     add_responders(report, tally);
     add_inventory(report, question.inventory, tally);

@@ -53,6 +53,7 @@ struct TriageReport {
     std::vector<InventoryReport> inventory;
     std::vector<std::string> unexpected;                     ///< sources
     std::vector<std::pair<std::string, std::string>> faulty; ///< source and fault
+    std::uint64_t dropped = 0;                               ///< answers that were too many to be looked at
     std::optional<Latencies> latency_ms;
     TriageThresholds thresholds;
     TriageExit code = TriageExit::unknown;
@@ -64,8 +65,8 @@ struct TriageReport {
 };
 
 /// Stopped before the first request is unknown. Nobody at all, somebody missing, or an answer slower than the critical
-/// threshold is critical. A slower answer than the warning threshold, an unanswered request, or a faulty answer is a
-/// warning. An unexpected responder is neither.
+/// threshold is critical. A slower answer than the warning threshold, an unanswered request, or a faulty or dropped
+/// answer is a warning. An unexpected responder is neither.
 TriageReport make_report(const TriageQuestion& question, const TriageTally& tally, const std::string& ended_by);
 
 /// "12 of 14 answered; missing price-3, price-9"; without line feed.

@@ -61,6 +61,7 @@ std::string report_json(const TriageReport& report)
                       {"missing", report.missing()},
                       {"unexpected", report.unexpected},
                       {"faulty", faulty(report)},
+                      {"dropped", report.dropped},
                       {"rounds", report.rounds},
                       {"requests_sent", report.requests_sent},
                       {"requests_answered", report.requests_answered},

@@ -74,6 +74,8 @@ void expose_counts(Exposition& out, const TriageReport& report)
     out.sample(std::to_string(report.unexpected.size()));
     out.metric("faulty", "Responders with an answer that does not fit the request.");
     out.sample(std::to_string(report.faulty.size()));
+    out.metric("dropped", "Answers that were too many to be looked at.");
+    out.sample(std::to_string(report.dropped));
 }
 
 void expose_inventory(Exposition& out, const TriageReport& report)

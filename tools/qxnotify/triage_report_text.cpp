@@ -70,6 +70,9 @@ std::string notes(const TriageReport& report)
     for (const auto& [source, fault] : report.faulty) {
         text += "faulty answer: " + escaped(source) + ": " + fault + "\n";
     }
+    if (report.dropped > 0) {
+        text += "dropped: " + std::to_string(report.dropped) + " answers, more than could be looked at\n";
+    }
     return text;
 }
 

@@ -61,7 +61,9 @@ bool TriageRounds::run_round(const std::string& id, const std::string& request)
         show_progress();
         woken = everybody_answered() ? Woken::timed_out : m_requester.wait_for_answer(deadline);
     } while (woken == Woken::ready);
+    m_requester.end_request(); // nobody takes what comes before the next one
     take_answers(id);
+    m_tally.add_dropped(m_requester.dropped());
     if (woken == Woken::stopped) {
         return false;
     }

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "qxnotify/output.h"
 #include "qxnotify/terminal.h"
 #include "qxnotify/triage_commands.h"
 #include "qxnotify/triage_request.h"
@@ -67,6 +68,10 @@ std::size_t write_answers(TriageRequester& requester, const TriageCollecting& co
         if (woken != Woken::ready) {
             break;
         }
+    }
+    if (requester.dropped() > 0) {
+        write_all(STDERR_FILENO,
+                  "qxnotify triage: " + std::to_string(requester.dropped()) + " answers dropped, beyond 16 MiB\n");
     }
     return sources.size();
 }

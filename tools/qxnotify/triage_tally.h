@@ -25,6 +25,7 @@ public:
 
     void begin_round();
     void add(const TriageAnswer& answer);
+    void add_dropped(std::uint64_t answers) { m_dropped += answers; }
     /// The time for answers was up, or nobody was left to wait for. A round that a signal ended is not complete.
     void complete_round() { m_completed = m_begun; }
 
@@ -33,6 +34,8 @@ public:
     const std::map<std::string, Responder>& responders() const { return m_responders; }
     /// The last fault of each source.
     const std::map<std::string, std::string>& faults() const { return m_faults; }
+    /// Answers that were too many to be looked at.
+    std::uint64_t dropped() const { return m_dropped; }
     std::vector<std::string> sources_of_this_round() const;
     /// Who answered together in one round; each such set of sources once, the largest first. A process that comes back
     /// has another source, so over several rounds there may be more of them than there ever were processes.
@@ -43,6 +46,7 @@ public:
 private:
     std::uint64_t m_begun = 0;
     std::uint64_t m_completed = 0;
+    std::uint64_t m_dropped = 0;
     std::map<std::string, Responder> m_responders;
     std::map<std::string, std::string> m_faults;
     std::set<std::vector<std::string>> m_gatherings; ///< of the rounds before this one

@@ -14,8 +14,8 @@ TriageRequester::TriageRequester(const std::string& context_name, const std::str
 
 bool TriageRequester::send(std::string_view payload)
 {
-    m_request.reset();
-    take_answers(); // nobody waits for those to the request before any more
+    end_request();
+    forget_answers();
     lbm_request_t* request = nullptr;
     const auto send_once = [&] {
         m_sentAt = Clock::now();
@@ -35,7 +35,14 @@ int TriageRequester::on_answer(lbm_request_t* /*request*/, lbm_msg_t* msg, void*
     const std::string_view payload = msg->len > 0 ? std::string_view{msg->data, msg->len} : std::string_view{};
     {
         const std::scoped_lock guard(answers.lock);
-        answers.untaken.push_back({msg->source, std::string{payload}, now});
+        const std::string_view source = msg->source;
+        const std::size_t bytes = sizeof(ReceivedAnswer) + source.size() + payload.size();
+        if (bytes > answer_bytes_max - answers.bytes) {
+            ++answers.dropped;
+            return 0;
+        }
+        answers.bytes += bytes;
+        answers.untaken.push_back({std::string{source}, std::string{payload}, now});
     }
     answers.came.wake();
     return 0;
@@ -43,7 +50,8 @@ int TriageRequester::on_answer(lbm_request_t* /*request*/, lbm_msg_t* msg, void*
 
 Woken TriageRequester::wait_for_answer(Deadline deadline)
 {
-    return wait_for(m_answers.came.fd(), m_stop, deadline);
+    const Woken woken = wait_for(m_answers.came.fd(), m_stop, deadline);
+    return woken == Woken::ready && passed(deadline) ? Woken::timed_out : woken;
 }
 
 std::vector<ReceivedAnswer> TriageRequester::take_answers()
@@ -51,6 +59,21 @@ std::vector<ReceivedAnswer> TriageRequester::take_answers()
     m_answers.came.clear(); // before the lock: an answer that comes in between is taken now and wakes once for nothing
     const std::scoped_lock guard(m_answers.lock);
     return std::exchange(m_answers.untaken, {});
+}
+
+std::uint64_t TriageRequester::dropped()
+{
+    const std::scoped_lock guard(m_answers.lock);
+    return m_answers.dropped;
+}
+
+void TriageRequester::forget_answers()
+{
+    m_answers.came.clear();
+    const std::scoped_lock guard(m_answers.lock);
+    m_answers.untaken.clear();
+    m_answers.bytes = 0;
+    m_answers.dropped = 0;
 }
 
 } // namespace qx::tool

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -25,6 +26,9 @@ struct ReceivedAnswer {
     Clock::time_point at;
 };
 
+/// What is kept of the answers to one request, texts and frame together: far more than any number of responders says.
+inline constexpr std::size_t answer_bytes_max = std::size_t{16} << 20U;
+
 /// One request at a time on one topic. Its context is the transport's own, so it does not answer itself.
 /// Errors    constructor and send throw TransportError.
 /// Threads   one; answers arrive on another one and are handed over.
@@ -33,14 +37,18 @@ public:
     TriageRequester(const std::string& context_name, const std::string& topic, StopSignals& stop);
 
     Woken wait_for_responder(double seconds) { return m_source.wait_for_receiver(seconds, m_stop); }
-    /// Gives up the request before, whose late answers are then dropped. False when a signal came before the transport
-    /// had room.
+    /// Ends the request before. False when a signal came before the transport had room.
     bool send(std::string_view payload);
+    /// No further answer is kept; those that came can still be taken, until the next request.
+    void end_request() { m_request.reset(); }
     Clock::time_point sent_at() const { return m_sentAt; }
-    /// Waits for an answer that has not been taken yet.
+    /// Waits for an answer that has not been taken yet. Past the deadline it is never ready, so that a loop around it
+    /// ends however fast answers come; what came can still be taken.
     Woken wait_for_answer(Deadline deadline);
     /// What has come since the last call.
     std::vector<ReceivedAnswer> take_answers();
+    /// How many answers to this request were beyond answer_bytes_max.
+    std::uint64_t dropped();
 
 private:
     struct RequestDelete {
@@ -49,8 +57,11 @@ private:
     struct Answers {
         std::mutex lock;
         std::vector<ReceivedAnswer> untaken;
+        std::size_t bytes = 0;     ///< of the answers to this request, taken ones too
+        std::uint64_t dropped = 0; ///< of them
         Waker came;
     };
+    void forget_answers();
     static int on_answer(lbm_request_t* request, lbm_msg_t* msg, void* clientd);
 
     const std::string m_topic;

@@ -61,7 +61,7 @@ TEST(TriagePrometheus, GivenReport_WhenWritten_ThenEveryMetricHasHelpAndTypeOnce
             EXPECT_TRUE(line.starts_with(metric + "{")) << line;
         }
     }
-    EXPECT_EQ(metrics, 9);
+    EXPECT_EQ(metrics, 10);
 }
 
 TEST(TriagePrometheus, GivenReport_WhenWritten_ThenSamplesAreLabelledAndInSeconds)

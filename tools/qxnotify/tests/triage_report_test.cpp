@@ -123,6 +123,17 @@ TEST(TriageVerdict, GivenFaultyAnswerBesideAGoodOne_WhenJudged_ThenWarning)
     EXPECT_EQ(report_of(question(), {{source_1, 1, ""}, {source_2, 1, "status 1"}}).code, TriageExit::warning);
 }
 
+TEST(TriageVerdict, GivenDroppedAnswers_WhenJudged_ThenWarningAndEveryFormSaysHowMany)
+{
+    auto tally = one_round({{source_1, 1, ""}});
+    tally.add_dropped(7);
+    const auto report = make_report(question(), tally, completion);
+    EXPECT_EQ(report.code, TriageExit::warning);
+    EXPECT_THAT(report_text(report), HasSubstr("dropped: 7 answers, more than could be looked at\n"));
+    EXPECT_EQ(nlohmann::json::parse(report_json(report)).at("dropped"), 7);
+    EXPECT_THAT(report_prometheus(report), HasSubstr("qxnotify_triage_dropped{topic=\"TRIAGE.ACTION.DEV.LBM\"} 7\n"));
+}
+
 TEST(TriageReport, GivenInventory_WhenSomeAreMissing_ThenTheyAreNamed)
 {
     auto asked = question();

@@ -1,6 +1,8 @@
 #include "qxnotify/triage_rounds.h"
 
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -130,6 +132,50 @@ TEST(TriageRounds, GivenSignalBeforeTheBeginning_WhenRun_ThenNothingIsSent)
     trial.go();
     EXPECT_EQ(trial.tally.rounds(), 0U);
     EXPECT_EQ(trial.ended_by, "SIGINT");
+}
+
+TEST(TriageRounds, GivenAnswersThatNeverCease_WhenTheWaitIsOver_ThenTheRoundIsOver)
+{
+    Trial trial;
+    trial.collecting.wait_seconds = 0.001;
+    std::atomic<bool> over = false;
+    std::jthread flood;
+    trial.network.on_request = [&](int n) {
+        flood = std::jthread([&trial, &over, n] {
+            while (!over && trial.network.lbm.answer(n, "", "flood")) {
+            }
+        });
+    };
+    TriageRequester requester("PriceEnvironmentContext", TriageNetwork::topic, trial.stop);
+    TriageRounds asked(requester, trial.question, trial.collecting, trial.stop);
+    asked.run(1, 0, &encode_test_request);
+    over = true;
+    flood.join(); // before the requester goes: the double does not wait for callbacks
+    EXPECT_EQ(asked.tally().rounds(), 1U);
+    EXPECT_EQ(asked.ended_by(), completion);
+}
+
+TEST(TriageRounds, GivenRound_WhenItIsOver_ThenItsRequestIsDeletedBeforeThePause)
+{
+    Trial trial;
+    trial.collecting.wait_seconds = 0.001;
+    TriageRequester requester("PriceEnvironmentContext", TriageNetwork::topic, trial.stop);
+    TriageRounds asked(requester, trial.question, trial.collecting, trial.stop);
+    asked.run(1, 0, &encode_test_request);
+    EXPECT_FALSE(trial.network.lbm.answer(1, "late"));
+}
+
+TEST(TriageRounds, GivenMoreAnswersThanAreKept_WhenARoundIsOver_ThenTheTallyKnowsHowManyWereDropped)
+{
+    Trial trial;
+    trial.question.expected = 1;
+    trial.network.on_request = [&](int n) {
+        trial.network.lbm.answer(n, std::string(answer_bytes_max, 'x'), "wordy");
+        trial.network.answer(n, "a");
+    };
+    trial.go(2);
+    EXPECT_EQ(trial.tally.dropped(), 2U);
+    EXPECT_TRUE(trial.tally.responders().contains("a"));
 }
 
 TEST(TriageRounds, GivenSettling_WhenASignalComes_ThenNothingIsSent)

@@ -115,6 +115,72 @@ TEST(TriageRequester, GivenOtherFailure_WhenSent_ThenTheErrorNamesCallAndTopic)
     }
 }
 
+TEST(TriageRequester, GivenReasonThatNamesTheCall_WhenThrown_ThenItIsNotNamedTwice)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    lbm.fail_next("lbm_send_request", 1, "lbm_send_request(T): no");
+    try {
+        requester.send("ask");
+        FAIL() << "nothing was thrown";
+    } catch (const TransportError& e) {
+        EXPECT_STREQ(e.what(), "lbm_send_request(T): no [1]");
+    }
+}
+
+TEST(TriageRequester, GivenAnswerAndPastDeadline_WhenWaited_ThenTimedOutAndItCanBeTaken)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    ASSERT_TRUE(lbm.answer(1, "yes"));
+    EXPECT_EQ(requester.wait_for_answer(deadline_in(0)), Woken::timed_out);
+    EXPECT_THAT(requester.take_answers(), SizeIs(1));
+}
+
+TEST(TriageRequester, GivenRequestThatIsEnded_WhenAnswersCome_ThenOnlyThoseBeforeAreKept)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    ASSERT_TRUE(lbm.answer(1, "yes"));
+    requester.end_request();
+    requester.end_request();
+    EXPECT_FALSE(lbm.answer(1, "late"));
+    EXPECT_THAT(requester.take_answers(), SizeIs(1));
+}
+
+TEST(TriageRequester, GivenMoreThanIsKept_WhenAnswered_ThenTheRestIsDroppedAndCountedUntilTheNextRequest)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    const std::string large(answer_bytes_max / 4, 'x');
+    for (int i = 0; i < 6; ++i) {
+        ASSERT_TRUE(lbm.answer(1, large));
+        EXPECT_THAT(requester.take_answers(), SizeIs(i < 3 ? 1 : 0)); // taking makes no room
+    }
+    EXPECT_EQ(requester.dropped(), 3U);
+    ASSERT_TRUE(requester.send("again"));
+    EXPECT_EQ(requester.dropped(), 0U);
+    ASSERT_TRUE(lbm.answer(2, large));
+    EXPECT_THAT(requester.take_answers(), SizeIs(1));
+}
+
+TEST(TriageRequester, GivenEmptyAnswerOfALongSource_WhenItIsMoreThanIsKept_ThenItIsDroppedToo)
+{
+    LbmDouble lbm;
+    StopSignals stop;
+    TriageRequester requester(context, "T", stop);
+    ASSERT_TRUE(requester.send("ask"));
+    ASSERT_TRUE(lbm.answer(1, "", std::string(answer_bytes_max, 's')));
+    EXPECT_EQ(requester.dropped(), 1U);
+}
+
 TEST(TriageRequester, GivenNobody_WhenTheWaitIsOver_ThenTimedOut)
 {
     LbmDouble lbm;
