@@ -1,17 +1,25 @@
-// Damaged requests: whatever arrives is answered at most once, with success and the id that was read, or dropped with
-// at most one line.
-#include <algorithm>
+// Damaged requests: what becomes of each follows from its bytes, whatever else the handler is doing.
+#include <atomic>
+#include <functional>
+#include <map>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <google/protobuf/stubs/logging.h>
 
+#include "lbm/tests/triage_fate.h"
 #include "lbm/tests/triage_fixture.h"
 #include "lbm/tests/triage_requests.h"
 
 using namespace qx::logging;
 using namespace lbm::test;
+using ::testing::_;
+using ::testing::Each;
+using ::testing::Gt;
+using ::testing::Pair;
+using ::testing::SizeIs;
 
 namespace {
 
@@ -37,6 +45,8 @@ std::vector<Seed> Seeds()
     return {{"", Header::MSG_OPS_TRIAGE_TEST_REQUEST, "a-request-id"},
             {"further fields", Header::MSG_OPS_TRIAGE_TEST_REQUEST, ""},
             {NakKillPayload(triage::ALL, true), Header::MSG_OPS_TRIAGE_NAK_KILL_REQUEST, "another-id"},
+            {NakKillPayload(triage::PRICE, false), Header::MSG_OPS_TRIAGE_NAK_KILL_REQUEST, "prices"},
+            {NakKillPayload(triage::QXNOTIFY, true), Header::MSG_OPS_TRIAGE_NAK_KILL_REQUEST, "notifications"},
             {NakKillPayload(77, false), Header::MSG_OPS_TRIAGE_NAK_KILL_REQUEST, "far"},
             {"p", Header::MSG_OPS_TRIAGE_ACTION, "of another kind"},
             {"", Header::MSG_OPS_TRIAGE_TEST_REQUEST, "bare", Header::MSG_OPS_TRIAGE_TEST_REQUEST}};
@@ -93,88 +103,109 @@ private:
     std::mt19937 m_random;
 };
 
-/// The id that the payload's action carries as far as it can be read.
-std::string IdOf(const std::string& payload)
-{
-    Wire wire;
-    triage::TriageActionWithWire action;
-    if (wire.ParseFromString(payload) && wire.payload_size() > 0) {
-        static_cast<void>(action.ParseFromString(wire.payload(0)));
-    }
-    return action.request_id();
-}
-
 class TriageMutation : public TriageTest {
 protected:
     TriageMutation()
         : protobufsLog(google::protobuf::SetLogHandler(nullptr)) // it reports bad texts on standard error
+        , msg(transport.make_message({.type = LBM_MSG_REQUEST, .withResponse = true}))
     {
         handler.Initialize();
     }
     ~TriageMutation() override { google::protobuf::SetLogHandler(protobufsLog); }
 
     /// As one message whose payload changes: the double keeps every message that it makes.
-    void Handle(lbm_msg_t* msg, const std::string& payload)
+    void Handle(const std::string& payload)
     {
+        log.clear();
+        transport.clear_calls();
         msg->data = payload.data();
         msg->len = payload.size();
-        handler.handleLbmMessage(msg);
+        EXPECT_EQ(handler.handleLbmMessage(msg), 0);
     }
 
-    ::testing::AssertionResult IsAnswered(const std::string& payload) const
+    /// Of this thread, without the contexts' own: how many of them are known meanwhile is nobody's guess.
+    FateLines HandlersLinesOfThisThread() const
     {
-        const auto answers = Answers(transport);
-        const auto lines = log.texts();
-        // Its bytes are compared, not only its fields: an id that is not UTF-8 does not decode.
-        triage::TriageResponse expected;
-        expected.set_request_id(IdOf(payload));
-        expected.set_status(triage::TRIAGE_RESPONSE_STATUS_SUCCESS);
-        if (answers.size() != 1 || answers.front().bytes != expected.SerializeAsString()) {
-            return ::testing::AssertionFailure() << "wrong answer";
-        }
-        const bool switched = lines[1].starts_with("handling TriageNakKillRequest ");
-        if (lines.size() != (switched ? 6U : 4U)) {
-            return ::testing::AssertionFailure() << lines.size() << " lines";
-        }
-        return ::testing::AssertionSuccess();
-    }
-
-    ::testing::AssertionResult IsDropped() const
-    {
-        const auto lines = log.texts();
-        const bool silent = lines.size() == 2;
-        if (!silent && (lines.size() != 3 || !lines[1].starts_with("dropping "))) {
-            return ::testing::AssertionFailure() << lines.size() << " lines: " << ::testing::PrintToString(lines);
-        }
-        return ::testing::AssertionSuccess();
+        auto statements = log.statements();
+        const auto thread = std::hash<std::thread::id>()(std::this_thread::get_id());
+        std::erase_if(statements, [&](const auto& statement) {
+            return statement.threadHash != thread || statement.source.empty();
+        });
+        return LinesOf(statements);
     }
 
     google::protobuf::LogHandler* protobufsLog;
+    lbm_msg_t* msg;
     lbm::LbmTriageHandler handler;
+};
+
+/// Contexts of a thread of their own, which register, move and unregister until they are told to stop.
+class RestlessContexts {
+public:
+    explicit RestlessContexts(lbm::LbmTriageHandler& handler)
+        : m_handler(handler)
+        , m_thread([this] { ComeAndGo(); })
+    {
+    }
+    ~RestlessContexts()
+    {
+        m_stop = true;
+        m_thread.join();
+    }
+    RestlessContexts(const RestlessContexts&) = delete;
+    RestlessContexts& operator=(const RestlessContexts&) = delete;
+
+private:
+    void ComeAndGo()
+    {
+        lbm::Context first;
+        lbm::Context second;
+        while (!m_stop) {
+            for (const char* name : {"PriceEnvironmentContext", "QxNotify", "", "unknown"}) {
+                m_handler.registerContext(name, &first);
+                m_handler.moveContext(&first, &second);
+                m_handler.unregisterContext(&second);
+            }
+        }
+    }
+
+    lbm::LbmTriageHandler& m_handler;
+    std::atomic<bool> m_stop = false;
+    std::thread m_thread;
 };
 
 } // namespace
 
-TEST_F(TriageMutation, GivenDamagedRequests_WhenHandled_ThenAnsweredOnceOrDroppedWithAtMostOneLine)
+TEST_F(TriageMutation, GivenDamagedRequests_WhenHandled_ThenLinesAndAnswersAreThoseThatTheirBytesCallFor)
 {
     constexpr int mutations = 100'000;
     const auto seeds = Seeds();
     Mutator mutator(20260301);
-    auto* const msg = transport.make_message({.type = LBM_MSG_REQUEST, .withResponse = true});
-    int answered = 0;
-    int silent = 0;
+    std::map<Outcome, int> met;
     for (int i = 0; i < mutations; ++i) {
         const std::string payload = mutator.Damaged(seeds[static_cast<std::size_t>(i) % seeds.size()]);
-        log.clear();
-        transport.clear_calls();
-        Handle(msg, payload);
-        const bool hasAnswer = !transport.calls("lbm_send_response").empty();
-        answered += hasAnswer ? 1 : 0;
-        silent += log.statements().size() == 2 ? 1 : 0;
-        ASSERT_TRUE(hasAnswer ? IsAnswered(payload) : IsDropped()) << "mutation " << i;
+        const Fate fate = FateOf(payload);
+        Handle(payload);
+        ASSERT_EQ(LinesOf(log.statements()), fate.lines) << "mutation " << i;
+        ASSERT_EQ(transport.calls("lbm_send_response"), fate.answers) << "mutation " << i;
+        ++met[fate.outcome];
     }
-    // Each fate is met often, or the seeds have lost their worth.
-    EXPECT_GT(answered, mutations / 20);
-    EXPECT_GT(silent, mutations / 100);
-    EXPECT_GT(mutations - answered - silent, mutations / 20);
+    // Each is met often, or the seeds have lost their worth.
+    EXPECT_THAT(met, SizeIs(6));
+    EXPECT_THAT(met, Each(Pair(_, Gt(mutations / 100))));
+}
+
+TEST_F(TriageMutation, GivenContextsThatComeAndGo_WhenDamagedRequestsAreHandled_ThenTheirFateIsTheSame)
+{
+    constexpr int mutations = 10'000;
+    const auto seeds = Seeds();
+    Mutator mutator(20260302);
+    const RestlessContexts contexts(handler);
+    for (int i = 0; i < mutations; ++i) {
+        const std::string payload = mutator.Damaged(seeds[static_cast<std::size_t>(i) % seeds.size()]);
+        const Fate fate = FateOf(payload);
+        Handle(payload);
+        ASSERT_EQ(HandlersLinesOfThisThread(), fate.lines) << "mutation " << i;
+        ASSERT_EQ(transport.calls("lbm_send_response"), fate.answers) << "mutation " << i;
+    }
 }
