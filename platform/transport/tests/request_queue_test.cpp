@@ -62,7 +62,7 @@ TEST_F(RequestQueueTest, GivenAnAnswerThatIsQueued_WhenItsRequestIsDeleted_ThenI
     test::Recorder on_context;
     test::Recorder queued;
     auto deleted = test::send_request(source, "?", queued, queue.get());
-    open.push_back(test::send_request(source, "?", on_context));
+    const auto other = test::send_request(source, "?", on_context);
     ASSERT_TRUE(requests.wait([&] { return kept.size() == 2; }));
     EXPECT_EQ(test::answer(kept.response(0), "queued"), LBM_OK);
     EXPECT_EQ(test::answer(kept.response(1), "after it"), LBM_OK);
