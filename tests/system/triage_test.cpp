@@ -3,7 +3,11 @@
 #include <chrono>
 #include <csignal>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "qxnotify_fixture.h"
 
@@ -14,6 +18,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
 
@@ -39,16 +44,17 @@ protected:
     {
         return listen({"42", "--format", "json"}, place(data_center));
     }
-    std::unique_ptr<Process> start_triage(std::vector<std::string> arguments) const
+    std::unique_ptr<Process> start_triage(std::vector<std::string> arguments,
+                                          const std::string& input_path = "/dev/null") const
     {
         arguments.insert(arguments.begin(), {QXNOTIFY_PROGRAM, "triage"});
         Environment all = place();
         all.insert(environment().begin(), environment().end());
-        return std::make_unique<Process>(arguments, all);
+        return std::make_unique<Process>(arguments, all, input_path);
     }
-    Asked ask(std::vector<std::string> arguments) const
+    Asked ask(std::vector<std::string> arguments, const std::string& input_path = "/dev/null") const
     {
-        const auto process = start_triage(std::move(arguments));
+        const auto process = start_triage(std::move(arguments), input_path);
         const Outcome outcome = process->wait();
         return {outcome, process->output(), process->error()};
     }
@@ -61,6 +67,12 @@ protected:
             report = ask(arguments).report();
         }
         return report;
+    }
+    /// Waits until the responder has answered once, so that the next question finds it.
+    void wait_for_responder() const
+    {
+        ask_until({"ping", "--expect", "1", "--wait", "5", "--format", "json"},
+                  [](const json& report) { return report.at("exit_code") == 0; });
     }
     /// An inventory with an entry for each process.
     std::string inventory_of(const Process& one, const Process& two) const
@@ -200,11 +212,80 @@ TEST_F(Triage, GivenSignalWhileWaiting_WhenItComes_ThenTheReportIsAboutWhatWasSe
 
 TEST_F(Triage, GivenBadInventory_WhenPinged_ThenFileAndLineAreNamedAndTheExitCodeIsUnknown)
 {
-    const std::string inventory = write_file("inventory", "one 127.0.0.1\ntwo\n");
+    const std::string inventory = write_file("inven|tory", "one 127.0.0.1\ntwo\n");
     const Asked asked = ask({"ping", "--inventory", inventory, "--format", "nagios"});
     EXPECT_EQ(asked.outcome, exited(3));
     EXPECT_THAT(asked.error, HasSubstr(inventory + ":2: "));
     EXPECT_THAT(asked.output, AllOf(testing::StartsWith("TRIAGE UNKNOWN - "), Not(HasSubstr("|"))));
+}
+
+TEST_F(Triage, GivenResponder_WhenPingedForNagios_ThenOneLineWithPerformanceData)
+{
+    const auto one = responder();
+    wait_for_responder();
+    const Asked asked = ask({"ping", "--expect", "1", "--wait", "20", "--critical", "60000", "--format", "nagios"});
+    EXPECT_EQ(asked.outcome, exited(0)) << asked.error;
+    EXPECT_THAT(asked.output, MatchesRegex("TRIAGE OK - 1 of 1 answered, slowest [0-9.]+ ms [|] responders=1;;;0 "
+                                           "slowest=[0-9.]+ms;;60000;0 lost=0;;;0\n"));
+}
+
+TEST_F(Triage, GivenResponder_WhenPingedForPrometheus_ThenEveryLineIsACommentOrASampleAndItIsUp)
+{
+    const auto one = responder();
+    wait_for_responder();
+    const std::string inventory = write_file("inventory", "price-1 127.0.0.1\n");
+    const auto ping = start_triage({"ping", "--inventory", inventory, "--wait", "20", "--format", "prometheus"});
+    EXPECT_EQ(ping->wait(), exited(0)) << ping->error();
+    EXPECT_THAT(ping->output(), HasSubstr("qxnotify_triage_up{topic=\"TRIAGE.ACTION.DEV.LBM\",name=\"price-1\"} 1\n"));
+    for (const std::string& line : ping->output_lines()) {
+        EXPECT_THAT(line, MatchesRegex("# (HELP|TYPE) .*|qxnotify_triage_[a-z_]+[{].*[}] [0-9.]+"));
+    }
+}
+
+TEST_F(Triage, GivenRequestOnStandardInput_WhenSent_ThenTheListenerHasIt)
+{
+    const auto one = responder();
+    const auto send = start_triage({"send", "-", "--wait", "600"}, write_file("request", "nonsense"));
+    EXPECT_TRUE(one->until_error_has("dropping request. Wire message is not valid"));
+    send->send_signal(SIGTERM);
+    EXPECT_EQ(send->wait(), exited(2)) << send->error();
+}
+
+TEST_F(Triage, GivenRequestBeyondTheLimit_WhenSent_ThenRefused)
+{
+    const std::string file = write_file("request", std::string((16U << 20U) + 1U, 'x'));
+    for (const std::string& path : {file, std::string{"-"}}) {
+        const Asked asked = ask({"send", path}, file);
+        EXPECT_EQ(asked.outcome, exited(3)) << path;
+        EXPECT_THAT(asked.error, HasSubstr("more than 16 MiB; nothing was sent")) << path;
+    }
+}
+
+TEST_F(Triage, GivenOutputThatNobodyReads_WhenPinged_ThenTheVerdictIsTheExitCode)
+{
+    const auto one = responder();
+    wait_for_responder();
+    const auto ping = start_triage({"ping", "--expect", "1", "--wait", "20"});
+    ping->close_output();
+    EXPECT_EQ(ping->wait(), exited(0)) << ping->error();
+    EXPECT_THAT(ping->error(), Not(HasSubstr("standard output")));
+}
+
+TEST_F(Triage, GivenInventoryThatNeverEnds_WhenASignalComes_ThenUnknown)
+{
+    const std::string inventory = write_file("unused", "") + ".pipe";
+    ASSERT_EQ(::mkfifo(inventory.c_str(), 0600), 0);
+    const int pipe = ::open(inventory.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    const std::string comment(4'096, '#');
+    while (::write(pipe, comment.data(), comment.size()) > 0) {
+    }
+    const auto ping = start_triage({"ping", "--inventory", inventory});
+    pollfd room{pipe, POLLOUT, 0};
+    EXPECT_EQ(::poll(&room, 1, 1'000 * static_cast<int>(patience.count())), 1); // it reads, so a signal is held back
+    ping->send_signal(SIGTERM);
+    EXPECT_EQ(ping->wait(), exited(3));
+    EXPECT_THAT(ping->error(), HasSubstr(".pipe: ended by SIGTERM"));
+    ::close(pipe);
 }
 
 } // namespace

@@ -1,18 +1,16 @@
 #include "qxnotify/triage_inventory.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <map>
 #include <numeric>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
 #include <fnmatch.h>
 
 #include "qxnotify/terminal.h"
 #include "qxnotify/triage_exit.h"
+#include "qxnotify/triage_input.h"
 
 namespace qx::tool {
 
@@ -165,13 +163,11 @@ Inventory parse_inventory(std::istream& input, const std::string& label)
     return inventory;
 }
 
-Inventory read_inventory(const std::string& path)
+Inventory read_inventory(const std::string& path, StopSignals& stop)
 {
-    std::ifstream file(path);
-    if (!file) {
-        throw TriageSetupError(path + ": " + std::generic_category().message(errno) + "; check --inventory");
-    }
-    return parse_inventory(file, path);
+    constexpr std::size_t bytes_max = std::size_t{1} << 20U; // tens of thousands of entries
+    std::istringstream text(read_file(path, {bytes_max, "; check --inventory"}, stop));
+    return parse_inventory(text, escaped(path));
 }
 
 bool matches(const std::string& pattern, const std::string& source)

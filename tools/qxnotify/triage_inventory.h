@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "qxnotify/signals.h"
+
 namespace qx::tool {
 
 struct InventoryEntry {
@@ -23,8 +25,8 @@ using Inventory = std::vector<InventoryEntry>;
 /// Throws TriageSetupError: "price.txt:3: …" with what is wrong and what to do, or when there is no entry at all.
 /// `label` names the input in errors.
 Inventory parse_inventory(std::istream& input, const std::string& label);
-/// Likewise when the file cannot be read.
-Inventory read_inventory(const std::string& path);
+/// Likewise when the file cannot be read, is larger than 1 MiB, or a signal comes.
+Inventory read_inventory(const std::string& path, StopSignals& stop);
 
 /// A responder's source is "LBMDDS:<address>:<pid>:<context>".
 bool matches(const std::string& pattern, const std::string& source);

@@ -1,3 +1,4 @@
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "qxnotify/terminal.h"
@@ -26,6 +27,17 @@ void confirm(const TriageNaksOptions& options, const TriageQuestion& question, S
     }
 }
 
+std::string dry_run_text(TriageFormat format, const TriageQuestion& question, const std::string& message)
+{
+    if (format != TriageFormat::json) {
+        return "topic: " + escaped(question.topic) + "\nrequest: " + message + "\n";
+    }
+    using Json = nlohmann::ordered_json;
+    const Json object{
+        {"request", question.request}, {"topic", question.topic}, {"dry_run", true}, {"message", message}};
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 } // namespace
 
 TriageExit run_triage_naks(const TriageNaksOptions& options)
@@ -35,10 +47,10 @@ TriageExit run_triage_naks(const TriageNaksOptions& options)
             return encode_nak_request(id, options.contexts, options.enable);
         };
         const TriageQuestion question =
-            make_question(options.enable ? "naks on" : "naks off", options.target, options.collecting);
+            make_question(options.enable ? "naks on" : "naks off", options.target, options.collecting, stop);
         if (options.dry_run) {
-            write_result(output, "topic: " + escaped(question.topic) +
-                                     "\nrequest: " + describe_request(request(RequestIds{}.next())) + "\n");
+            write_result(output, dry_run_text(options.collecting.format, question,
+                                              describe_request(request(RequestIds{}.next()))));
             return TriageExit::ok;
         }
         confirm(options, question, stop);

@@ -77,6 +77,8 @@ std::string report_text(const TriageReport& report);       ///< a table and a su
 std::string report_json(const TriageReport& report);       ///< one object in one line
 std::string report_prometheus(const TriageReport& report); ///< the text exposition format
 std::string report_nagios(const TriageReport& report);     ///< one line with performance data
+/// What stands before the performance data of a nagios line: a bar would begin them, and a line feed another line.
+std::string nagios_text(std::string text);
 std::string write_report(TriageFormat format, const TriageReport& report);
 
 /// "1.2350" with four decimals, whatever the locale.

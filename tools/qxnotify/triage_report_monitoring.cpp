@@ -137,14 +137,21 @@ std::string report_prometheus(const TriageReport& report)
     return out.text();
 }
 
+std::string nagios_text(std::string text)
+{
+    std::replace(text.begin(), text.end(), '|', '/');
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+    return text;
+}
+
 std::string report_nagios(const TriageReport& report)
 {
     std::string line = std::string{"TRIAGE "} + state_name(report.code) + " - " + headline(report);
     if (report.latency_ms) {
         line += ", slowest " + decimal(report.latency_ms->max) + " ms";
     }
-    std::replace(line.begin(), line.end(), '|', '/'); // it would begin the performance data
-    line += " | responders=" + std::to_string(report.answered) + ";;;0";
+    line = nagios_text(std::move(line)) + " | responders=" + std::to_string(report.answered) + ";;;0";
     if (report.latency_ms) {
         line += " slowest=" + decimal(report.latency_ms->max) + "ms;" + threshold_text(report.thresholds.warning_ms) +
                 ";" + threshold_text(report.thresholds.critical_ms) + ";0";

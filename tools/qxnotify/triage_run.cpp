@@ -21,7 +21,7 @@ TriageExit report_unknown(TriageFormat format, int output, const std::string& wh
 {
     write_all(STDERR_FILENO, "qxnotify triage: " + what + "\n");
     if (format == TriageFormat::nagios) {
-        write_all(output, "TRIAGE UNKNOWN - " + what + "\n");
+        write_all(output, "TRIAGE UNKNOWN - " + nagios_text(what) + "\n");
     }
     return TriageExit::unknown;
 }
@@ -33,14 +33,15 @@ std::string topic_for(const TriageTarget& target)
     return triage_topic(target, [](const char* name) { return std::getenv(name); });
 }
 
-TriageQuestion make_question(const std::string& request, const TriageTarget& target, const TriageCollecting& collecting)
+TriageQuestion make_question(const std::string& request, const TriageTarget& target, const TriageCollecting& collecting,
+                             StopSignals& stop)
 {
     TriageQuestion question;
     question.request = request;
     question.topic = topic_for(target);
     question.expected = collecting.expected;
     if (!collecting.inventory_path.empty()) {
-        question.inventory = read_inventory(collecting.inventory_path);
+        question.inventory = read_inventory(collecting.inventory_path, stop);
     }
     return question;
 }

@@ -17,8 +17,8 @@ namespace qx::tool {
 std::string topic_for(const TriageTarget& target);
 
 /// Throws TriageSetupError.
-TriageQuestion make_question(const std::string& request, const TriageTarget& target,
-                             const TriageCollecting& collecting);
+TriageQuestion make_question(const std::string& request, const TriageTarget& target, const TriageCollecting& collecting,
+                             StopSignals& stop);
 
 /// Asks so many rounds and reports. Throws TransportError.
 TriageReport ask_rounds(const TriageQuestion& question, const TriageTarget& target, const TriageCollecting& collecting,

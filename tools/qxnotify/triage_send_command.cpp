@@ -1,15 +1,12 @@
-#include <array>
-#include <cerrno>
 #include <set>
 #include <string>
-#include <system_error>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "qxnotify/output.h"
 #include "qxnotify/terminal.h"
 #include "qxnotify/triage_commands.h"
+#include "qxnotify/triage_input.h"
 #include "qxnotify/triage_request.h"
 #include "qxnotify/triage_run.h"
 
@@ -19,39 +16,10 @@ namespace {
 
 constexpr std::size_t request_bytes_max = 16UL << 20U; // far more than any request, and less than a wrong file takes
 
-TriageSetupError input_error(const std::string& path, const std::string& what)
-{
-    return TriageSetupError((path == "-" ? "standard input" : path) + ": " + what + "; nothing was sent");
-}
-
-int open_input(const std::string& path)
-{
-    const int fd = path == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd == -1) {
-        throw input_error(path, std::generic_category().message(errno));
-    }
-    return fd;
-}
-
 std::string read_request(const std::string& path, StopSignals& stop)
 {
-    const Descriptor input(open_input(path));
-    std::string bytes;
-    std::array<char, 65'536> buffer{};
-    while (wait_for(input.get(), stop, {}) == Woken::ready) {
-        const ssize_t count = ::read(input.get(), buffer.data(), buffer.size());
-        if (count == 0) {
-            return bytes;
-        }
-        if (count == -1) {
-            throw input_error(path, std::generic_category().message(errno));
-        }
-        bytes.append(buffer.data(), static_cast<std::size_t>(count));
-        if (bytes.size() > request_bytes_max) {
-            throw input_error(path, "more than 16 MiB");
-        }
-    }
-    throw input_error(path, "ended by " + signal_name(stop.received()));
+    const InputLimits limits{request_bytes_max, "; nothing was sent"};
+    return path == "-" ? read_standard_input(limits, stop) : read_file(path, limits, stop);
 }
 
 /// Writes answers as they come. How many responders there were.

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "pipe.h"
@@ -151,6 +152,21 @@ TEST(TriageNaks, GivenDryRun_WhenRun_ThenTopicAndRequestAreShownAndNoTransportIs
     EXPECT_THAT(network.lbm.calls(), IsEmpty());
 }
 
+TEST(TriageNaks, GivenDryRunForPrograms_WhenRun_ThenOneObject)
+{
+    TriageNetwork network;
+    auto options = impatient<TriageNaksOptions>();
+    options.dry_run = true;
+    options.collecting.format = TriageFormat::json;
+    const CapturedOutput output;
+    EXPECT_EQ(run_triage_naks(options), TriageExit::ok);
+    const auto object = nlohmann::json::parse(output.text());
+    EXPECT_EQ(object.at("topic"), "TRIAGE.ACTION.DEV.LBM");
+    EXPECT_EQ(object.at("request"), "naks off");
+    EXPECT_EQ(object.at("dry_run"), true);
+    EXPECT_THAT(object.at("message").get<std::string>(), HasSubstr(" context: ALL enable: false"));
+}
+
 TEST(TriageNaks, GivenNoTerminal_WhenNotConfirmed_ThenRefusedAndNothingIsSent)
 {
     if (::isatty(STDIN_FILENO) == 1) {
@@ -192,6 +208,57 @@ TEST(TriageSend, GivenFileAndAnswers_WhenRun_ThenTheBytesGoAsTheyAreAndAnswersAr
     EXPECT_EQ(sent, std::string("\0\xff x", 4));
     EXPECT_EQ(output.text(), "somebody: 01ab\n");
     ::unlink(path.c_str());
+}
+
+/// A file of that size, all zeros, gone with this object.
+class SparseFile {
+public:
+    explicit SparseFile(off_t bytes)
+        : m_path(testing::TempDir() + "triage_sparse_" + std::to_string(::getpid()))
+    {
+        const Descriptor file(::open(m_path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0600));
+        m_made = ::ftruncate(file.get(), bytes) == 0;
+    }
+    ~SparseFile() { ::unlink(m_path.c_str()); }
+    SparseFile(const SparseFile&) = delete;
+    SparseFile& operator=(const SparseFile&) = delete;
+    bool made() const { return m_made; }
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_path;
+    bool m_made = false;
+};
+
+constexpr off_t request_bytes_max = 16L << 20U;
+
+TEST(TriageSend, GivenLargestRequest_WhenRun_ThenItIsSent)
+{
+    const SparseFile file(request_bytes_max);
+    ASSERT_TRUE(file.made());
+    TriageNetwork network;
+    std::size_t sent = 0;
+    network.on_request = [&](int n) {
+        sent = network.lbm.request(n).size();
+        network.lbm.answer(n, "\x01", "somebody");
+    };
+    auto options = impatient<TriageSendOptions>();
+    options.path = file.path();
+    const CapturedOutput output;
+    EXPECT_EQ(run_triage_send(options), TriageExit::ok);
+    EXPECT_EQ(sent, static_cast<std::size_t>(request_bytes_max));
+}
+
+TEST(TriageSend, GivenLargerFile_WhenRun_ThenUnknownAndNoTransportIsTouched)
+{
+    const SparseFile file(request_bytes_max + 1);
+    ASSERT_TRUE(file.made());
+    TriageNetwork network;
+    auto options = impatient<TriageSendOptions>();
+    options.path = file.path();
+    const CapturedOutput output;
+    EXPECT_EQ(run_triage_send(options), TriageExit::unknown);
+    EXPECT_THAT(network.lbm.calls(), IsEmpty());
 }
 
 TEST(TriageSend, GivenNoAnswer_WhenRun_ThenCritical)

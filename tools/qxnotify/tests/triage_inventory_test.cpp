@@ -75,7 +75,8 @@ TEST(Inventory, GivenNoEntries_WhenParsed_ThenRefused)
 TEST(Inventory, GivenFileThatIsNotThere_WhenRead_ThenTheErrorNamesIt)
 {
     try {
-        read_inventory("/nowhere/price.txt");
+        StopSignals stop;
+        read_inventory("/nowhere/price.txt", stop);
         FAIL() << "nothing was thrown";
     } catch (const TriageSetupError& e) {
         EXPECT_STREQ(e.what(), "/nowhere/price.txt: No such file or directory; check --inventory");

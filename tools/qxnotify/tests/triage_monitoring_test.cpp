@@ -46,6 +46,11 @@ TEST(TriageNagios, GivenMissingNameWithABar_WhenWritten_ThenItCannotBeginThePerf
                 testing::StartsWith("TRIAGE CRITICAL - 0 of 1 answered; missing x/y, slowest 1.2 ms | "));
 }
 
+TEST(TriageNagios, GivenTextOfSeveralLinesWithABar_WhenMadeFit_ThenOneLineWithoutIt)
+{
+    EXPECT_EQ(nagios_text("a|b\nc\rd\x1b\x7f \xc3\xa9"), "a/b c d   \xc3\xa9");
+}
+
 TEST(TriagePrometheus, GivenReport_WhenWritten_ThenEveryMetricHasHelpAndTypeOnceAndBeforeItsSamples)
 {
     std::istringstream lines(report_prometheus(report_of("a", {}, {{"price-1", "*"}, {"price-2", "10.0.0.2"}})));
