@@ -9,7 +9,6 @@
 #include "lbm/tests/triage_process.h"
 
 using namespace lbm::test;
-using qx::logging::QXLOG_INFO_SEARCH;
 using ::testing::AllOf;
 using ::testing::ExitedWithCode;
 using ::testing::HasSubstr;
