@@ -5,7 +5,6 @@
 #include <future>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "support/responder_fixture.h"
 
