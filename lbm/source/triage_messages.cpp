@@ -135,8 +135,8 @@ void LbmTriageHandler::handleTriageMessage(const Message& msg)
 
 void LbmTriageHandler::handleAction(const TriageRequest& request)
 {
-    // Not a word, unlike for an incomplete outer envelope: senders probe with such actions, and the lines about the
-    // received message are enough.
+    // Not a word, unlike for an incomplete outer envelope, and meant so: the lines about the received message already
+    // tell that a request came and went.
     if (!IsComplete(request.action.wire())) {
         return;
     }
