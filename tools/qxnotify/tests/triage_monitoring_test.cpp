@@ -9,7 +9,6 @@
 namespace qx::tool {
 namespace {
 
-using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
