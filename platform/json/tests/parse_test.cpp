@@ -8,7 +8,6 @@
 namespace {
 
 using namespace std::string_literals;
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
