@@ -81,7 +81,7 @@ TEST(TextLine, GivenLineFeedsInAnyField_ThenItStaysOneLine)
 
 TEST(TextLine, GivenLocalTimeEastOfGreenwich_ThenThePositiveOffset)
 {
-    const LocalTime zone("XXX-05:30");
+    const LocalTime zone("ABC-05:30");
     EXPECT_TRUE(Statement{}.as(LineFormat::text, TimeZone::local).starts_with("2026-03-01T15:00:00.000123+05:30 "));
 }
 
@@ -93,7 +93,7 @@ TEST(TextLine, GivenLocalTimeWestOfGreenwich_ThenTheNegativeOffset)
 
 TEST(TextLine, GivenUtcAskedForUnderALocalZone_ThenUtc)
 {
-    const LocalTime zone("XXX-05:30");
+    const LocalTime zone("ABC-05:30");
     EXPECT_TRUE(Statement{}.as(LineFormat::text).starts_with("2026-03-01T09:30:00.000123Z "));
 }
 
