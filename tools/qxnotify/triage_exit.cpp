@@ -24,9 +24,8 @@ std::string triage_exit_help()
            "  1    warning: an answer slower than --warning, a request that a responder left unanswered, an answer\n"
            "       that does not fit the request, or more answers than could be looked at\n"
            "  2    critical: nobody answered, somebody who was expected did not, or an answer slower than --critical\n"
-           "  3    unknown: the command line, the environment, a file, the transport, the confirmation or a signal "
-           "stood\n"
-           "       in the way before anything was sent\n";
+           "  3    unknown: the command line, the environment, a file, the transport, the confirmation or a signal\n"
+           "       stood in the way before anything was sent\n";
 }
 
 } // namespace qx::tool

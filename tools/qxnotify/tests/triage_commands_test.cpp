@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -45,6 +46,23 @@ public:
 
 private:
     Pipe m_pipe;
+    Descriptor m_original;
+};
+
+/// While it lives, standard input is no terminal, wherever the test runs.
+class NoTerminal {
+public:
+    NoTerminal()
+        : m_original(::dup(STDIN_FILENO))
+    {
+        const Descriptor nothing(::open("/dev/null", O_RDONLY));
+        ::dup2(nothing.get(), STDIN_FILENO);
+    }
+    ~NoTerminal() { ::dup2(m_original.get(), STDIN_FILENO); }
+    NoTerminal(const NoTerminal&) = delete;
+    NoTerminal& operator=(const NoTerminal&) = delete;
+
+private:
     Descriptor m_original;
 };
 
@@ -169,9 +187,7 @@ TEST(TriageNaks, GivenDryRunForPrograms_WhenRun_ThenOneObject)
 
 TEST(TriageNaks, GivenNoTerminal_WhenNotConfirmed_ThenRefusedAndNothingIsSent)
 {
-    if (::isatty(STDIN_FILENO) == 1) {
-        GTEST_SKIP() << "standard input is a terminal";
-    }
+    const NoTerminal input;
     TriageNetwork network;
     const CapturedOutput output;
     EXPECT_EQ(run_triage_naks(impatient<TriageNaksOptions>()), TriageExit::unknown);
