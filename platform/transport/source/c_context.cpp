@@ -5,15 +5,16 @@
 #include "attributes.h"
 #include "context.h"
 #include "error.h"
+#include "fork_guard.h"
 
 using qx::transport::Context;
 using qx::transport::ContextSettings;
-using qx::transport::guarded;
+using qx::transport::guarded_live;
 using qx::transport::require;
 
 int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_context_event_cb_proc, void*)
 {
-    return guarded("lbm_context_create", "", [&] {
+    return guarded_live("lbm_context_create", "", [&] {
         require(ctx, "ctx");
         auto handle = std::make_unique<lbm_context>();
         handle->context =
@@ -24,7 +25,7 @@ int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_
 
 int lbm_context_delete(lbm_context_t* ctx)
 {
-    return guarded("lbm_context_delete", "", [&] {
+    return guarded_live("lbm_context_delete", "", [&] {
         require(ctx, "ctx");
         const std::unique_ptr<lbm_context> handle{ctx};
         handle->context->close();
@@ -33,7 +34,7 @@ int lbm_context_delete(lbm_context_t* ctx)
 
 int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, size_t* length)
 {
-    return guarded("lbm_context_str_getopt", option, [&] {
+    return guarded_live("lbm_context_str_getopt", option, [&] {
         require(ctx, "ctx");
         require(option, "option");
         require(value, "value");
@@ -44,7 +45,7 @@ int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, 
 
 int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms)
 {
-    return guarded("lbm_context_process_events", "", [&] {
+    return guarded_live("lbm_context_process_events", "", [&] {
         require(ctx, "ctx");
         const std::shared_ptr<Context> context = ctx->context; // another thread may delete the handle meanwhile
         context->process_events(timeout_ms);
@@ -53,7 +54,7 @@ int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms)
 
 int lbm_context_unblock(lbm_context_t* ctx)
 {
-    return guarded("lbm_context_unblock", "", [&] {
+    return guarded_live("lbm_context_unblock", "", [&] {
         require(ctx, "ctx");
         ctx->context->unblock();
     });

@@ -4,6 +4,7 @@
 
 #include "attributes.h"
 #include "error.h"
+#include "fork_guard.h"
 #include "handles.h"
 
 using namespace qx::transport;
@@ -11,7 +12,7 @@ using namespace qx::transport;
 int lbm_event_queue_create(lbm_event_queue_t** evq, lbm_event_queue_monitor_proc, void*,
                            const lbm_event_queue_attr_t* attr)
 {
-    return guarded("lbm_event_queue_create", "", [&] {
+    return guarded_live("lbm_event_queue_create", "", [&] {
         require(evq, "evq");
         const Options options = attr != nullptr ? attr->options : Options{Scope::event_queue};
         const auto bytes_max = static_cast<std::size_t>(options.get_integer("queue_bytes_max"));
@@ -21,7 +22,7 @@ int lbm_event_queue_create(lbm_event_queue_t** evq, lbm_event_queue_monitor_proc
 
 int lbm_event_queue_shutdown(lbm_event_queue_t* evq)
 {
-    return guarded("lbm_event_queue_shutdown", "", [&] {
+    return guarded_live("lbm_event_queue_shutdown", "", [&] {
         require(evq, "evq");
         evq->queue->shutdown();
     });
@@ -29,7 +30,7 @@ int lbm_event_queue_shutdown(lbm_event_queue_t* evq)
 
 int lbm_event_queue_delete(lbm_event_queue_t* evq)
 {
-    return guarded("lbm_event_queue_delete", "", [&] {
+    return guarded_live("lbm_event_queue_delete", "", [&] {
         require(evq, "evq");
         const std::unique_ptr<lbm_event_queue> handle{evq};
         handle->queue->close();
@@ -38,7 +39,7 @@ int lbm_event_queue_delete(lbm_event_queue_t* evq)
 
 int lbm_event_dispatch(lbm_event_queue_t* evq, unsigned long timeout_ms)
 {
-    return guarded("lbm_event_dispatch", "", [&] {
+    return guarded_live("lbm_event_dispatch", "", [&] {
         require(evq, "evq");
         const std::shared_ptr<EventQueue> queue = evq->queue; // a callback may delete the handle
         return queue->dispatch(timeout_ms);
@@ -47,7 +48,7 @@ int lbm_event_dispatch(lbm_event_queue_t* evq, unsigned long timeout_ms)
 
 int lbm_event_dispatch_unblock(lbm_event_queue_t* evq)
 {
-    return guarded("lbm_event_dispatch_unblock", "", [&] {
+    return guarded_live("lbm_event_dispatch_unblock", "", [&] {
         require(evq, "evq");
         evq->queue->mailbox().unblock();
     });

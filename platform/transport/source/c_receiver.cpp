@@ -4,6 +4,7 @@
 
 #include "attributes.h"
 #include "error.h"
+#include "fork_guard.h"
 #include "handles.h"
 #include "topic_name.h"
 
@@ -14,7 +15,7 @@ using namespace qx::transport;
 template <class Handle>
 int destroy(const char* call, Handle* rcv) noexcept
 {
-    return guarded(call, "", [&] {
+    return guarded_live(call, "", [&] {
         require(rcv, "rcv");
         const std::unique_ptr<Handle> handle{rcv};
         handle->receiver->close();
@@ -27,7 +28,7 @@ int destroy(const char* call, Handle* rcv) noexcept
 template <class Handle>
 int set_option(const char* call, Handle* rcv, const char* option, const char* value) noexcept
 {
-    return guarded(call, option, [&] {
+    return guarded_live(call, option, [&] {
         require(rcv, "rcv");
         require(option, "option");
         require(value, "value");
@@ -38,7 +39,7 @@ int set_option(const char* call, Handle* rcv, const char* option, const char* va
 template <class Handle>
 int get_option(const char* call, Handle* rcv, const char* option, char* value, size_t* length) noexcept
 {
-    return guarded(call, option, [&] {
+    return guarded_live(call, option, [&] {
         require(rcv, "rcv");
         require(option, "option");
         require(value, "value");
@@ -66,7 +67,7 @@ void attach(Handle** out, std::unique_ptr<Handle> handle, Context& context)
 
 int lbm_rcv_topic_lookup(lbm_topic_t** topic, lbm_context_t* ctx, const char* name, const lbm_rcv_topic_attr_t* attr)
 {
-    return guarded("lbm_rcv_topic_lookup", name, [&] {
+    return guarded_live("lbm_rcv_topic_lookup", name, [&] {
         require(topic, "topic");
         require(ctx, "ctx");
         require(name, "name");
@@ -78,7 +79,7 @@ int lbm_rcv_topic_lookup(lbm_topic_t** topic, lbm_context_t* ctx, const char* na
 int lbm_rcv_create(lbm_rcv_t** rcv, lbm_context_t* ctx, lbm_topic_t* topic, lbm_rcv_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq)
 {
-    return guarded("lbm_rcv_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
+    return guarded_live("lbm_rcv_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
         require(rcv, "rcv");
         require(ctx, "ctx");
         require(topic, "topic");
@@ -110,7 +111,7 @@ int lbm_wildcard_rcv_create(lbm_wildcard_rcv_t** rcv, lbm_context_t* ctx, const 
                             const lbm_rcv_topic_attr_t*, const lbm_wildcard_rcv_attr_t* wildcard_attr,
                             lbm_wildcard_rcv_cb_proc proc, void* clientd, lbm_event_queue_t* evq)
 {
-    return guarded("lbm_wildcard_rcv_create", pattern, [&] {
+    return guarded_live("lbm_wildcard_rcv_create", pattern, [&] {
         require(rcv, "rcv");
         require(ctx, "ctx");
         require(pattern, "pattern");

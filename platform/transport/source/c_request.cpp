@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "error.h"
+#include "fork_guard.h"
 #include "handles.h"
 #include "send_arguments.h"
 
@@ -25,9 +26,9 @@ int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size
                      void* clientd, lbm_event_queue_t* evq, int flags)
 {
     if (src == nullptr) {
-        return guarded("lbm_send_request", nullptr, [&] { require(src, "src"); });
+        return guarded_live("lbm_send_request", nullptr, [&] { require(src, "src"); });
     }
-    return guarded("lbm_send_request", src->source->topic.c_str(), [&] {
+    return guarded_live("lbm_send_request", src->source->topic.c_str(), [&] {
         require(req, "req");
         require(reinterpret_cast<const void*>(proc), "proc");
         check_send(data, length, flags);
@@ -52,7 +53,7 @@ int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size
 
 int lbm_request_delete(lbm_request_t* req)
 {
-    return guarded("lbm_request_delete", req != nullptr ? req->request->topic().c_str() : nullptr, [&] {
+    return guarded_live("lbm_request_delete", req != nullptr ? req->request->topic().c_str() : nullptr, [&] {
         require(req, "req");
         const std::unique_ptr<lbm_request> handle{req};
         handle->request->close();

@@ -6,6 +6,7 @@
 
 #include "attributes.h"
 #include "error.h"
+#include "fork_guard.h"
 #include "handles.h"
 #include "send_arguments.h"
 #include "topic_name.h"
@@ -26,7 +27,7 @@ void watch(lbm_src& handle, Context& context, SourceWatch::Callback callback, st
 
 int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* name, const lbm_src_topic_attr_t* attr)
 {
-    return guarded("lbm_src_topic_alloc", name, [&] {
+    return guarded_live("lbm_src_topic_alloc", name, [&] {
         require(topic, "topic");
         require(ctx, "ctx");
         require(name, "name");
@@ -38,7 +39,7 @@ int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* nam
 int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq)
 {
-    return guarded("lbm_src_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
+    return guarded_live("lbm_src_create", topic != nullptr ? topic->name.c_str() : nullptr, [&] {
         require(src, "src");
         require(ctx, "ctx");
         require(topic, "topic");
@@ -60,9 +61,9 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
 {
     if (src == nullptr) {
-        return guarded("lbm_src_send", nullptr, [&] { require(src, "src"); });
+        return guarded_live("lbm_src_send", nullptr, [&] { require(src, "src"); });
     }
-    return guarded("lbm_src_send", src->source->topic.c_str(), [&] {
+    return guarded_live("lbm_src_send", src->source->topic.c_str(), [&] {
         check_send(data, length, flags);
         src->source->stream->send(*src->source, {data, length}, wait_by(flags));
     });
@@ -70,7 +71,7 @@ int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags)
 
 int lbm_src_delete(lbm_src_t* src)
 {
-    return guarded("lbm_src_delete", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
+    return guarded_live("lbm_src_delete", src != nullptr ? src->source->topic.c_str() : nullptr, [&] {
         require(src, "src");
         const std::unique_ptr<lbm_src> handle{src};
         if (handle->watch) {

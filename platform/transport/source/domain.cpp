@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "dds_entity.h"
+#include "fork_guard.h"
 
 namespace qx::transport {
 namespace {
@@ -16,6 +17,7 @@ struct Domain {
     }
 
     DomainSettings settings;
+    EngineLife life;
     DdsEntity entity;
     Flusher flusher;
     std::size_t uses = 0;

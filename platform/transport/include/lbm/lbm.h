@@ -20,6 +20,10 @@
  * Control characters, quotes and backslashes in the texts stand as \xNN. While a handler installed with
  * std::set_terminate runs, the exception is current and the message is still held.
  *
+ * Fork: a child that was forked while its parent had contexts cannot use the transport: every call that would need it,
+ * deletion included, fails with LBM_EOP, and what the parent's handles point at is never released. A program started by
+ * exec can.
+ *
  * Stack: a context's thread has a stack of 8 MiB, whatever the process's limit: callbacks may recurse.
  */
 #ifndef LBM_LBM_H
