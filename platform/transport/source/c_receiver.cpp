@@ -1,5 +1,6 @@
 #include <lbm/lbm.h>
 
+#include <chrono>
 #include <memory>
 
 #include "attributes.h"
@@ -48,6 +49,11 @@ int get_option(const char* call, Handle* rcv, const char* option, char* value, s
     });
 }
 
+std::chrono::milliseconds absence_of(const Options& options)
+{
+    return std::chrono::milliseconds{options.get_integer("no_source_ms")};
+}
+
 /// The caller's variable is set before the first callback can run. If attaching fails it means nothing, as always.
 template <class Handle>
 void attach(Handle** out, std::unique_ptr<Handle> handle, Context& context)
@@ -87,7 +93,8 @@ int lbm_rcv_create(lbm_rcv_t** rcv, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
         require_topic_of(topic, *ctx->context);
         auto handle = std::make_unique<lbm_rcv>(lbm_rcv{nullptr, ctx->context, topic->options});
         const Callback callback{proc, clientd, handle.get()};
-        handle->receiver = std::make_shared<Receiver>(topic->name, callback, queue_of(evq));
+        handle->receiver =
+            std::make_shared<Receiver>(topic->name, callback, queue_of(evq), absence_of(handle->options));
         attach(rcv, std::move(handle), *ctx->context);
     });
 }
@@ -119,7 +126,8 @@ int lbm_wildcard_rcv_create(lbm_wildcard_rcv_t** rcv, lbm_context_t* ctx, const 
         const Callback callback{proc, clientd, nullptr};
         auto handle = std::make_unique<lbm_wildcard_rcv>(lbm_wildcard_rcv{
             nullptr, ctx->context, options_for(*ctx->context, Scope::wildcard_receiver, wildcard_attr)});
-        handle->receiver = std::make_shared<Receiver>(std::make_unique<TopicPattern>(pattern), callback, queue_of(evq));
+        handle->receiver = std::make_shared<Receiver>(std::make_unique<TopicPattern>(pattern), callback, queue_of(evq),
+                                                      absence_of(handle->options));
         attach(rcv, std::move(handle), *ctx->context);
     });
 }

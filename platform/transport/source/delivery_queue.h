@@ -16,15 +16,16 @@ namespace qx::transport {
 class Request;
 class SourceWatch;
 
-/// One step of delivery. In a context's queue `receiver` is set for attach and detach only: whom messages go to is
-/// decided when they are delivered. In an event queue it is always set.
+/// One step of delivery; `absence`, that a topic has no source, comes from the routing itself. In a context's queue
+/// `receiver` is set for attach and detach only: whom messages go to is decided when they are delivered. In an event
+/// queue it is always set.
 struct Delivery {
-    enum class What { data, loss, begin, end, attach, detach, source_event, answer };
+    enum class What { data, loss, begin, end, attach, detach, source_event, answer, absence };
 
     What what = What::data;
     std::shared_ptr<Receiver> receiver;
     SourcePtr source;
-    MessagePtr message;      ///< of data, begin, end and an answer
+    MessagePtr message;      ///< of data, begin, end, absence and an answer
     std::uint32_t first = 0; ///< of a loss: the sequence numbers that are missing, both ends included
     std::uint32_t last = 0;
     std::shared_ptr<SourceWatch> watch{}; ///< of a source event, whose number is `first`

@@ -35,9 +35,16 @@ struct RemoteSource {
     {
     }
 
+    /// What stands in for a source where there is none.
+    explicit RemoteSource(std::string_view topic_name)
+        : context()
+        , topic(topic_name)
+    {
+    }
+
     const ContextId context;
     const std::string topic;
-    const std::string text;
+    const std::string text; ///< empty when it stands in for none
 
     /// What nobody wants is not queued. Messages that have arrived may still wait in the queue.
     Arrivals arrivals;

@@ -9,16 +9,21 @@
 
 namespace qx::transport {
 
-Receiver::Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue)
-    : topic_(std::move(topic))
+Receiver::Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue,
+                   std::chrono::milliseconds absence_told_after)
+    : absence(absence_told_after)
+    , topic_(std::move(topic))
     , partition_(partition_of_topic(topic_))
     , callback_(callback)
     , queue_(std::move(queue))
 {
 }
 
-Receiver::Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue)
-    : pattern_(std::move(pattern))
+Receiver::Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue,
+                   std::chrono::milliseconds absence_told_after)
+    : absence(absence_told_after)
+    , topic_(pattern->text())
+    , pattern_(std::move(pattern))
     , partition_(partition_of_prefix(pattern_->literal_prefix()))
     , callback_(callback)
     , queue_(std::move(queue))
@@ -46,6 +51,12 @@ void Receiver::lose(const SourcePtr& source, std::uint32_t first, std::uint32_t 
     } else {
         run(*loss_message(source, first, last));
     }
+}
+
+void Receiver::miss()
+{
+    const auto nobody = std::make_shared<RemoteSource>(topic_);
+    deliver(Delivery::What::absence, nobody, *Message::make(nobody, LBM_MSG_NO_SOURCE_NOTIFICATION, 0));
 }
 
 bool Receiver::run(Message& message)

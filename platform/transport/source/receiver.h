@@ -1,7 +1,10 @@
 /// Receivers, exact and wildcard: what they match and how they are called.
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,9 +26,12 @@ struct Callback {
 
 class Receiver : public std::enable_shared_from_this<Receiver> {
 public:
-    /// `queue` may be null: then the context's thread runs the callback.
-    Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue);
-    Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue);
+    /// `queue` may be null: then the context's thread runs the callback. `absence` is how long there may be no source
+    /// before the application is told so; 0: it is never told.
+    Receiver(std::string topic, Callback callback, std::shared_ptr<EventQueue> queue,
+             std::chrono::milliseconds absence = {});
+    Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std::shared_ptr<EventQueue> queue,
+             std::chrono::milliseconds absence = {});
 
     bool matches(std::string_view topic) const;
 
@@ -35,6 +41,7 @@ public:
     /// Called on the context's thread only, in order.
     void deliver(Delivery::What what, const SourcePtr& source, Message& message);
     void lose(const SourcePtr& source, std::uint32_t first, std::uint32_t last);
+    void miss();
 
     /// Runs the callback here and now. False: it was closed before.
     bool run(Message& message);
@@ -43,8 +50,14 @@ public:
     void close() { gate_.close(); }
     bool closed() const { return gate_.closed(); }
 
+    const std::chrono::milliseconds absence;
+
+    /// The routing's own, see router.h: how many sources it hears, and when the lack of any is to be told.
+    std::size_t sources = 0;
+    std::optional<std::chrono::steady_clock::time_point> absent_at;
+
 private:
-    std::string topic_; ///< of an exact receiver
+    std::string topic_; ///< as the application named it: a topic, or a pattern's text
     std::unique_ptr<TopicPattern> pattern_;
     std::string partition_;
     Callback callback_;

@@ -18,7 +18,7 @@ void start_at_arrivals(RemoteSource& source)
 
 } // namespace
 
-void Router::handle(Delivery& delivery)
+void Router::handle(Delivery& delivery, TimePoint now)
 {
     switch (delivery.what) {
     case Delivery::What::begin:
@@ -31,12 +31,10 @@ void Router::handle(Delivery& delivery)
         forward(delivery, delivery.last + 1);
         break;
     case Delivery::What::end:
-        pass(delivery);
-        delivery.source->targets.clear();
-        sources_.erase(delivery.source);
+        end(delivery, now);
         break;
     case Delivery::What::attach:
-        attach(delivery.receiver);
+        attach(delivery.receiver, now);
         break;
     case Delivery::What::detach:
         detach(delivery.receiver);
@@ -47,6 +45,8 @@ void Router::handle(Delivery& delivery)
     case Delivery::What::answer:
         delivery.request->deliver(*delivery.message);
         break;
+    case Delivery::What::absence:
+        break; // made here, never taken from the queue
     }
 }
 
@@ -55,7 +55,7 @@ void Router::begin(Delivery& delivery)
     RemoteSource& source = *delivery.source;
     for (const auto& receiver : receivers_) {
         if (receiver->matches(source.topic)) {
-            source.targets.push_back(receiver);
+            join(source, receiver);
         }
     }
     if (source.targets.empty()) {
@@ -64,6 +64,49 @@ void Router::begin(Delivery& delivery)
     source.routed = delivery.message->sequence_number;
     sources_.insert(delivery.source);
     pass(delivery);
+}
+
+void Router::end(Delivery& delivery, TimePoint now)
+{
+    pass(delivery);
+    for (const auto& receiver : delivery.source->targets) {
+        --receiver->sources;
+        await_source(*receiver, now);
+    }
+    delivery.source->targets.clear();
+    sources_.erase(delivery.source);
+}
+
+void Router::join(RemoteSource& source, const std::shared_ptr<Receiver>& receiver)
+{
+    source.targets.push_back(receiver);
+    ++receiver->sources;
+    receiver->absent_at.reset();
+}
+
+void Router::await_source(Receiver& receiver, TimePoint now)
+{
+    if (receiver.sources > 0 || receiver.absence.count() == 0) {
+        return;
+    }
+    receiver.absent_at = now + receiver.absence;
+    next_due_ = std::min(next_due_.value_or(*receiver.absent_at), *receiver.absent_at);
+}
+
+void Router::tick(TimePoint now)
+{
+    if (!next_due_ || now < *next_due_) {
+        return;
+    }
+    next_due_.reset();
+    for (const auto& receiver : receivers_) {
+        if (receiver->absent_at && *receiver->absent_at <= now) {
+            receiver->absent_at.reset();
+            receiver->miss();
+        } else if (receiver->absent_at) {
+            next_due_ = std::min(next_due_.value_or(*receiver->absent_at), *receiver->absent_at);
+        }
+    }
 }
 
 /// `next` is the number that follows the data or loss.
@@ -92,7 +135,7 @@ void Router::pass(Delivery& delivery)
     }
 }
 
-void Router::attach(const std::shared_ptr<Receiver>& receiver)
+void Router::attach(const std::shared_ptr<Receiver>& receiver, TimePoint now)
 {
     receivers_.push_back(receiver);
     for (const SourcePtr& source : sources_) {
@@ -102,9 +145,10 @@ void Router::attach(const std::shared_ptr<Receiver>& receiver)
         if (source->targets.empty()) {
             start_at_arrivals(*source);
         }
-        source->targets.push_back(receiver);
+        join(*source, receiver);
         receiver->deliver(Delivery::What::begin, source, *Message::make(source, LBM_MSG_BOS, source->routed));
     }
+    await_source(*receiver, now);
 }
 
 void Router::detach(const std::shared_ptr<Receiver>& receiver)

@@ -1,8 +1,11 @@
-/// Who gets which source: patterns are matched once per source and receiver, then messages follow the result.
+/// Who gets which source: patterns are matched once per source and receiver, then messages follow the result. Who has
+/// had no source for as long as it wanted to wait is told so, once until one comes and goes again.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_set>
 #include <vector>
 
@@ -15,17 +18,27 @@ namespace qx::transport {
 /// Threads   the context's thread only. Callbacks may create and delete receivers: that comes back as a delivery.
 class Router {
 public:
-    void handle(Delivery& delivery);
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    void handle(Delivery& delivery, TimePoint now);
+
+    /// Tells of absences that are due. Call it at `next_due`, or more often.
+    void tick(TimePoint now);
+    std::optional<TimePoint> next_due() const noexcept { return next_due_; }
 
 private:
     void begin(Delivery& delivery);
-    void attach(const std::shared_ptr<Receiver>& receiver);
+    void end(Delivery& delivery, TimePoint now);
+    void attach(const std::shared_ptr<Receiver>& receiver, TimePoint now);
     void detach(const std::shared_ptr<Receiver>& receiver);
     static void forward(Delivery& delivery, std::uint32_t next);
     static void pass(Delivery& delivery);
+    static void join(RemoteSource& source, const std::shared_ptr<Receiver>& receiver);
+    void await_source(Receiver& receiver, TimePoint now);
 
     std::vector<std::shared_ptr<Receiver>> receivers_;
     std::unordered_set<SourcePtr> sources_; ///< those that have begun and not ended
+    std::optional<TimePoint> next_due_;     ///< not later than the first absence to be told
 };
 
 } // namespace qx::transport

@@ -13,19 +13,28 @@ Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::siz
 {
 }
 
+void Subscriber::Delivering::run()
+{
+    while (true) {
+        Delivery delivery; // its message goes now, not when the next one comes
+        const Mailbox::Taken taken = mailbox.take(delivery, router.next_due());
+        const Clock::time_point now = Clock::now();
+        if (taken == Mailbox::Taken::item) {
+            router.handle(delivery, now);
+        } else if (taken != Mailbox::Taken::timed_out) {
+            return;
+        }
+        router.tick(now);
+    }
+}
+
 void Subscriber::start()
 {
     if (intake_) {
         return;
     }
     if (!thread_.running()) {
-        thread_ = Thread{"lbm_context", [delivering = delivering_] {
-                             Delivery delivery;
-                             while (delivering->mailbox.take(delivery, std::nullopt) == Mailbox::Taken::item) {
-                                 delivering->router.handle(delivery);
-                                 delivery = {}; // the message goes now, not when the next one comes
-                             }
-                         }};
+        thread_ = Thread{"lbm_context", [delivering = delivering_] { delivering->run(); }};
     }
     intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_);
 }

@@ -52,6 +52,8 @@ private:
             : mailbox(queue_bytes_max)
         {
         }
+        void run(); ///< until the mailbox is closed
+
         Mailbox mailbox;
         Router router;
     };

@@ -18,8 +18,12 @@ using Lines = std::vector<std::string>;
 /// A receiver of "T" that writes down what it is told.
 class Listener {
 public:
-    std::shared_ptr<Receiver> receiver =
-        std::make_shared<Receiver>(std::string{"T"}, Callback{&Listener::write_down, this, nullptr}, nullptr);
+    explicit Listener(std::chrono::milliseconds absence = {})
+        : receiver(std::make_shared<Receiver>(std::string{"T"}, Callback{&Listener::write_down, this, nullptr}, nullptr,
+                                              absence))
+    {
+    }
+    std::shared_ptr<Receiver> receiver;
     Lines lines;
 
 private:
@@ -31,7 +35,11 @@ private:
     }
     static std::string name_of(int type)
     {
-        return type == LBM_MSG_DATA ? "data" : type == LBM_MSG_BOS ? "bos" : type == LBM_MSG_EOS ? "eos" : "loss";
+        return type == LBM_MSG_DATA                     ? "data"
+               : type == LBM_MSG_BOS                    ? "bos"
+               : type == LBM_MSG_EOS                    ? "eos"
+               : type == LBM_MSG_NO_SOURCE_NOTIFICATION ? "none"
+                                                        : "loss";
     }
 };
 
@@ -62,12 +70,12 @@ protected:
     const SourcePtr source = std::make_shared<RemoteSource>(SourceId{{}, 0}, "T");
     Listener first;
     Listener second;
+    Router::TimePoint now{};
+    Router router;
 
 private:
     MessagePtr message(int type, std::uint32_t n) { return qx::transport::Message::make(source, type, n); }
-    void handle(Delivery delivery) { router.handle(delivery); }
-
-    Router router;
+    void handle(Delivery delivery) { router.handle(delivery, now); }
 };
 
 TEST_F(RouterTest, GivenAReceiver_WhenASourceBeginsSendsAndEnds_ThenItIsToldInOrder)
@@ -149,6 +157,80 @@ TEST_F(RouterTest, GivenAnEndedSource_WhenAReceiverComes_ThenItIsToldNothing)
     end(0);
     attach(first);
     EXPECT_THAT(first.lines, IsEmpty());
+}
+
+class Absence : public RouterTest {
+protected:
+    void pass(std::chrono::milliseconds time)
+    {
+        now += time;
+        router.tick(now);
+    }
+    Listener waiting{std::chrono::milliseconds{100}};
+};
+
+TEST_F(Absence, GivenNoSource_WhenTheTimeIsNotOver_ThenNothingIsTold)
+{
+    attach(waiting);
+    pass(std::chrono::milliseconds{99});
+    EXPECT_THAT(waiting.lines, IsEmpty());
+}
+
+TEST_F(Absence, GivenNoSource_WhenTheTimeIsOver_ThenToldOnce)
+{
+    attach(waiting);
+    EXPECT_EQ(router.next_due(), now + std::chrono::milliseconds{100});
+    pass(std::chrono::milliseconds{100});
+    pass(std::chrono::milliseconds{1000});
+    EXPECT_THAT(waiting.lines, ElementsAre("none 0"));
+    EXPECT_EQ(router.next_due(), std::nullopt);
+}
+
+TEST_F(Absence, GivenASourceInTime_WhenTheTimeIsOver_ThenNothingIsTold)
+{
+    attach(waiting);
+    begin(0);
+    pass(std::chrono::milliseconds{1000});
+    EXPECT_THAT(waiting.lines, ElementsAre("bos 0"));
+}
+
+TEST_F(Absence, GivenASourceBefore_WhenAttached_ThenNothingIsTold)
+{
+    begin(0);
+    attach(waiting);
+    pass(std::chrono::milliseconds{1000});
+    EXPECT_THAT(waiting.lines, ElementsAre("bos 0"));
+}
+
+TEST_F(Absence, GivenASourceThatEnds_WhenTheTimeIsOverAgain_ThenToldAgain)
+{
+    attach(waiting);
+    pass(std::chrono::milliseconds{100});
+    begin(0);
+    end(0);
+    pass(std::chrono::milliseconds{99});
+    EXPECT_THAT(waiting.lines, ElementsAre("none 0", "bos 0", "eos 0"));
+    pass(std::chrono::milliseconds{1});
+    EXPECT_THAT(waiting.lines, ElementsAre("none 0", "bos 0", "eos 0", "none 0"));
+}
+
+TEST_F(Absence, GivenTwoReceivers_WhenTheFirstIsDue_ThenTheOtherIsToldInItsOwnTime)
+{
+    attach(waiting);
+    Listener later{std::chrono::milliseconds{300}};
+    attach(later);
+    pass(std::chrono::milliseconds{100});
+    EXPECT_THAT(later.lines, IsEmpty());
+    pass(std::chrono::milliseconds{200});
+    EXPECT_THAT(later.lines, ElementsAre("none 0"));
+}
+
+TEST_F(Absence, GivenAReceiverThatWent_WhenTheTimeIsOver_ThenNothingIsTold)
+{
+    attach(waiting);
+    detach(waiting);
+    pass(std::chrono::milliseconds{1000});
+    EXPECT_THAT(waiting.lines, IsEmpty());
 }
 
 } // namespace

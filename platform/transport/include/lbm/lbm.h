@@ -91,7 +91,8 @@ typedef struct lbm_msg {
     int flags;                /* 0 in this version */
     const char* data;         /* payload, not NUL-terminated; NULL when len is 0 */
     size_t len;               /* bytes */
-    const char* topic_name;   /* the concrete topic, NUL-terminated; also for wildcard receivers */
+    const char* topic_name;   /* the concrete topic, NUL-terminated; also for wildcard receivers, save that a
+                               * no-source notification, which has no source text, has their pattern */
     const char* source;       /* which source of which context, NUL-terminated; one text per source and run:
                                * "LBMDDS:<IPv4 address>:<process id>:<context, 16 hex digits>:<source number>[<topic>]" */
     uint32_t sequence_number; /* per source, from 0, wraps; of events: the number they stand before or are about,
