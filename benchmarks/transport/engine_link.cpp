@@ -14,11 +14,12 @@ using transport::check_dds;
 using transport::DdsEntity;
 using transport::DdsQos;
 
-DdsQos data_qos()
+DdsQos data_qos(bool batching)
 {
     DdsQos qos{dds_create_qos()};
     dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_INFINITY);
     dds_qset_history(qos.get(), DDS_HISTORY_KEEP_ALL, 0);
+    dds_qset_writer_batching(qos.get(), batching);
     return qos;
 }
 
@@ -113,19 +114,20 @@ private:
 
 class EngineLink : public Link {
 public:
-    explicit EngineLink(const transport::DomainSettings& settings)
-        : domain_(dds_create_domain(settings.id, transport::domain_xml(settings).c_str()), "dds_create_domain")
+    EngineLink(const transport::DomainSettings& settings, bool batching)
+        : batching_(batching)
+        , domain_(dds_create_domain(settings.id, transport::domain_xml(settings).c_str()), "dds_create_domain")
         , participant_(dds_create_participant(settings.id, nullptr, nullptr), "dds_create_participant")
     {
     }
 
     std::unique_ptr<Sender> make_sender(const std::string& channel, std::size_t) override
     {
-        return std::make_unique<EngineSender>(participant_.get(), channel, data_qos());
+        return std::make_unique<EngineSender>(participant_.get(), channel, data_qos(batching_));
     }
     std::unique_ptr<Listener> make_listener(const std::string& channel, Listener::Callback callback) override
     {
-        return std::make_unique<EngineListener>(participant_.get(), channel, data_qos(), std::move(callback));
+        return std::make_unique<EngineListener>(participant_.get(), channel, data_qos(batching_), std::move(callback));
     }
     std::unique_ptr<Sender> announce(std::size_t sources) override
     {
@@ -142,6 +144,7 @@ public:
     }
 
 private:
+    const bool batching_;
     DdsEntity domain_;
     DdsEntity participant_;
 };
@@ -150,10 +153,9 @@ private:
 
 std::unique_ptr<Link> make_engine_link(const std::string& tag, bool batching)
 {
-    dds_write_set_batch(batching); // process-wide: a process is one link
     transport::Options options{transport::Scope::context};
     options.set_text("domain_tag", tag);
-    return std::make_unique<EngineLink>(transport::DomainSettings{options});
+    return std::make_unique<EngineLink>(transport::DomainSettings{options}, batching);
 }
 
 } // namespace qx::benchmark
