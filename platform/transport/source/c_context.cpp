@@ -43,6 +43,19 @@ int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, 
     });
 }
 
+int lbm_context_retrieve_stats(lbm_context_t* ctx, lbm_context_stats_t* stats)
+{
+    return guarded_live("lbm_context_retrieve_stats", "", [&] {
+        require(stats, "stats");
+        if (ctx == nullptr) {
+            *stats = qx::transport::process_stats();
+            return;
+        }
+        *stats = {};
+        ctx->context->counters().add_to(*stats);
+    });
+}
+
 int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms)
 {
     return guarded_live("lbm_context_process_events", "", [&] {

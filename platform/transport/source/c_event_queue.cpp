@@ -37,6 +37,18 @@ int lbm_event_queue_delete(lbm_event_queue_t* evq)
     });
 }
 
+int lbm_event_queue_retrieve_stats(lbm_event_queue_t* evq, lbm_event_queue_stats_t* stats)
+{
+    return guarded_live("lbm_event_queue_retrieve_stats", "", [&] {
+        require(evq, "evq");
+        require(stats, "stats");
+        const Mailbox& mailbox = evq->queue->mailbox();
+        const Counters& counters = mailbox.counters();
+        *stats = {mailbox.size(), counters.queue_messages_max.value(), counters.queue_bytes_max.value(),
+                  counters.messages_overflowed.value(), counters.answers_dropped.value()};
+    });
+}
+
 int lbm_event_dispatch(lbm_event_queue_t* evq, unsigned long timeout_ms)
 {
     return guarded_live("lbm_event_dispatch", "", [&] {

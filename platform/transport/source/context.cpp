@@ -27,12 +27,14 @@ Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
     , id_(ContextId::make(settings_.options.get_text("interface")))
+    , counters_(make_counters())
     , participant_(dds_create_participant(domain_.id(), nullptr, nullptr), "dds_create_participant")
-    , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher())
+    , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher(), counters_)
     , responder_(
           std::make_shared<Responder>(participant_.get(), id_, answer_policy(settings_.options), domain_.flusher()))
     , subscriber_(participant_.get(), id_,
-                  static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_)
+                  static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_,
+                  counters_)
 {
 }
 

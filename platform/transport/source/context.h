@@ -9,6 +9,7 @@
 
 #include <lbm/lbm.h>
 
+#include "counters.h"
 #include "domain.h"
 #include "options.h"
 #include "publisher.h"
@@ -30,6 +31,7 @@ public:
     Options defaults_for(Scope scope) const { return settings_.defaults_for(scope); }
     Publisher& publisher() noexcept { return publisher_; }
     Subscriber& subscriber() noexcept { return subscriber_; }
+    const Counters& counters() const noexcept { return *counters_; }
 
     /// A topic of the context, the same for the same name and options; it lives as long as the context.
     lbm_topic* make_topic(const char* name, Options options);
@@ -45,6 +47,7 @@ private:
     ContextSettings settings_;
     DomainUse domain_;
     ContextId id_;
+    std::shared_ptr<Counters> counters_;
     DdsEntity participant_;
     Publisher publisher_;
     std::shared_ptr<Responder> responder_;

@@ -15,7 +15,7 @@ namespace qx::transport {
 class EventQueue {
 public:
     explicit EventQueue(std::size_t bytes_max)
-        : mailbox_(bytes_max)
+        : mailbox_(bytes_max, std::make_shared<Counters>())
     {
     }
 

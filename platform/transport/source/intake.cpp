@@ -16,11 +16,12 @@ constexpr std::chrono::seconds longest_wait{30};
 
 } // namespace
 
-Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder)
+Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters)
     : participant_(participant)
     , out_(out)
     , requester_(requester)
     , responder_(responder)
+    , counters_(counters)
     , tracker_(*this)
     , frames_topic_(make_packet_topic(participant, frames_topic))
     , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
@@ -119,6 +120,7 @@ void Intake::drain_all()
     look_at_receivers();
     const auto now = Clock::now();
     tracker_.tick(now);
+    counters_.copies_dropped.raise_to(tracker_.duplicates());
     wake_ = tracker_.next_due().value_or(now + longest_wait);
 }
 
@@ -210,7 +212,10 @@ void Intake::drain_answers()
     std::vector<Key> gone; // who answered and left has answered all the same
     take_some(answers_->reader.get(), gone, [&](const Key& key, ByteView body, bool) {
         if (std::optional<Delivery> delivery = requester_.receive(key.context, body)) {
+            counters_.answers_received.add();
             out_.post(std::move(*delivery));
+        } else {
+            counters_.answers_dropped.add();
         }
     });
 }
@@ -231,22 +236,23 @@ void Intake::read_page(const Key& key, ByteView body)
     if (decode_page(body, entries_)) {
         tracker_.page(key.context, key.part, entries_, Clock::now());
     } else {
-        ++refused_;
+        counters_.packets_refused.add();
     }
 }
 
 void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader)
 {
     if (decode_frame(body, frame_)) {
-        refused_ += frame_.unknown_kinds;
+        counters_.packets_refused.add(frame_.unknown_kinds);
         tracker_.frame({key.context, key.part}, reader, frame_, Clock::now());
     } else {
-        ++refused_;
+        counters_.packets_refused.add();
     }
 }
 
 void Intake::begun(const SourcePtr& source, std::uint32_t next)
 {
+    counters_.sources.add();
     source->arrivals.begin(next);
     out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next), 0, 0, nullptr});
 }
@@ -254,8 +260,11 @@ void Intake::begun(const SourcePtr& source, std::uint32_t next)
 void Intake::data(const SourcePtr& source, const WireMessage& m)
 {
     if (!source->arrivals.arrive(m.sequence + 1)) {
+        counters_.messages_unwanted.add();
         return;
     }
+    counters_.messages_received.add();
+    counters_.bytes_received.add(m.payload.size());
     const bool request = m.kind == Kind::request;
     MessagePtr message = Message::make(source, request ? LBM_MSG_REQUEST : LBM_MSG_DATA, m.sequence, m.payload);
     if (request) {
@@ -267,12 +276,14 @@ void Intake::data(const SourcePtr& source, const WireMessage& m)
 void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last)
 {
     if (source->arrivals.arrive(last + 1)) {
+        counters_.messages_lost.add(last - first + 1);
         out_.post_loss(nullptr, source, first, last);
     }
 }
 
 void Intake::ended(const SourcePtr& source, std::uint32_t next)
 {
+    counters_.sources.subtract();
     out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next), 0, 0, nullptr});
 }
 

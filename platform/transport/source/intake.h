@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "counters.h"
 #include "dds_entity.h"
 #include "mailbox.h"
 #include "requester.h"
@@ -26,7 +27,7 @@ namespace qx::transport {
 class Intake : private SourceEvents {
 public:
     /// Answers go to the requests of `requester`, requests get their handles from `responder`.
-    Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder);
+    Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters);
     ~Intake() override;
     Intake(const Intake&) = delete;
     Intake& operator=(const Intake&) = delete;
@@ -39,8 +40,6 @@ public:
 
     void watch(const std::shared_ptr<SourceWatch>& source);
     void unwatch(const std::shared_ptr<SourceWatch>& source);
-
-    std::uint64_t refused() const noexcept { return refused_; } ///< packets and messages that made no sense
 
 private:
     struct Reader {
@@ -79,6 +78,7 @@ private:
     Mailbox& out_;
     Requester& requester_;
     Responder& responder_;
+    Counters& counters_;
     std::mutex turn_;  ///< held while waiting for `mutex_`: a busy intake must let others have it in turn
     std::mutex mutex_; ///< readers and tracker
     SourceTracker tracker_;
@@ -94,8 +94,7 @@ private:
     SourceTracker::ReaderId next_reader_ = 0;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
-    std::uint64_t refused_ = 0;
-    Clock::time_point wake_{}; ///< when the intake thread looks again; at first at once
+    Clock::time_point wake_{};            ///< when the intake thread looks again; at first at once
     Thread thread_;
 };
 

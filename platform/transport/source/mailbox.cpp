@@ -4,8 +4,20 @@
 
 namespace qx::transport {
 
+void Mailbox::count_overflow(Delivery::What what) noexcept
+{
+    if (what == Delivery::What::answer) {
+        counters_->answers_dropped.add();
+    } else {
+        counters_->messages_overflowed.add();
+        counters_->messages_lost.add();
+    }
+}
+
 void Mailbox::wake(std::unique_lock<std::mutex> lock)
 {
+    counters_->queue_messages_max.raise_to(queue_.size());
+    counters_->queue_bytes_max.raise_to(queue_.bytes());
     const bool somebody_waits = waiting_ > 0;
     lock.unlock();
     if (somebody_waits) {
@@ -19,7 +31,11 @@ bool Mailbox::post(Delivery delivery)
     if (closed_) {
         return true;
     }
+    const Delivery::What what = delivery.what;
     const bool taken = queue_.push(std::move(delivery));
+    if (!taken) {
+        count_overflow(what);
+    }
     wake(std::move(lock));
     return taken;
 }

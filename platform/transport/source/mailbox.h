@@ -5,9 +5,12 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
+#include "counters.h"
 #include "delivery_queue.h"
 
 namespace qx::transport {
@@ -18,10 +21,14 @@ public:
     using Deadline = std::optional<std::chrono::steady_clock::time_point>; ///< empty: without limit
     enum class Taken { item, timed_out, unblocked, closed };
 
-    explicit Mailbox(std::size_t bytes_max)
-        : queue_(bytes_max)
+    /// Overflow and high-water marks go to the counters.
+    Mailbox(std::size_t bytes_max, std::shared_ptr<Counters> counters)
+        : counters_(std::move(counters))
+        , queue_(bytes_max)
     {
     }
+
+    const Counters& counters() const noexcept { return *counters_; }
 
     /// What is posted to a closed mailbox is gone. False: see DeliveryQueue::push.
     bool post(Delivery delivery);
@@ -42,7 +49,9 @@ public:
 
 private:
     void wake(std::unique_lock<std::mutex> lock);
+    void count_overflow(Delivery::What what) noexcept;
 
+    const std::shared_ptr<Counters> counters_;
     mutable std::mutex mutex_;
     std::condition_variable filled_;
     DeliveryQueue queue_;

@@ -1,6 +1,7 @@
 #include "publisher.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "partition.h"
 #include "wire.h"
@@ -10,6 +11,7 @@ namespace qx::transport {
 namespace {
 
 constexpr std::chrono::milliseconds page_delay{1};
+constexpr std::chrono::seconds announcement_interval{1};
 
 } // namespace
 
@@ -77,11 +79,34 @@ void CatalogueWriter::close() noexcept
     writer_.reset();
 }
 
-Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher)
+void Announcer::add(const std::shared_ptr<StreamWriter>& stream)
+{
+    const std::lock_guard lock{mutex_};
+    if (streams_.empty()) {
+        flusher_.arm(weak_from_this(), Clock::now() + announcement_interval);
+    }
+    streams_.push_back(stream);
+}
+
+std::optional<Clock::time_point> Announcer::flush() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    for (const auto& stream : streams_) {
+        if (const auto living = stream.lock()) {
+            living->announce();
+        }
+    }
+    return Clock::now() + announcement_interval;
+}
+
+Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher,
+                     std::shared_ptr<Counters> counters)
     : participant_(participant)
     , id_(id)
     , policy_(policy)
     , flusher_(flusher)
+    , counters_(std::move(counters))
+    , announcer_(std::make_shared<Announcer>(flusher))
 {
 }
 
@@ -95,8 +120,10 @@ std::shared_ptr<StreamWriter> Publisher::stream_for(std::string_view topic)
         frames_topic_ = make_packet_topic(participant_, frames_topic);
     }
     const StreamId id{id_, static_cast<std::uint32_t>(streams_.size())};
-    auto stream = std::make_shared<StreamWriter>(participant_, frames_topic_.get(), id, partition, policy_, flusher_);
+    auto stream =
+        std::make_shared<StreamWriter>(participant_, frames_topic_.get(), id, partition, policy_, flusher_, counters_);
     streams_.emplace(partition, stream);
+    announcer_->add(stream);
     return stream;
 }
 
@@ -113,6 +140,7 @@ std::shared_ptr<LocalSource> Publisher::open(std::string_view topic)
     auto source = std::make_shared<LocalSource>(LocalSource{next_source_, std::string{topic}, stream_for(topic)});
     sources_.emplace(next_source_, source);
     ++next_source_;
+    source->stream->open(source);
     catalogue_->add(*source);
     return source;
 }

@@ -43,10 +43,29 @@ private:
     bool closed_ = false;
 };
 
+/// Has each stream of a context announce its tails, again and again.
+class Announcer : public Flushable, public std::enable_shared_from_this<Announcer> {
+public:
+    explicit Announcer(Flusher& flusher)
+        : flusher_(flusher)
+    {
+    }
+
+    void add(const std::shared_ptr<StreamWriter>& stream);
+
+    std::optional<std::chrono::steady_clock::time_point> flush() noexcept override;
+
+private:
+    Flusher& flusher_;
+    std::mutex mutex_;
+    std::vector<std::weak_ptr<StreamWriter>> streams_;
+};
+
 /// Threads   any.
 class Publisher {
 public:
-    Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher);
+    Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher,
+              std::shared_ptr<Counters> counters);
 
     std::shared_ptr<LocalSource> open(std::string_view topic);
     void close_source(LocalSource& source, const SendWait& wait);
@@ -62,9 +81,11 @@ private:
     const ContextId id_;
     const FlushPolicy policy_;
     Flusher& flusher_;
+    const std::shared_ptr<Counters> counters_;
     std::mutex mutex_;
     DdsEntity frames_topic_;
     std::shared_ptr<CatalogueWriter> catalogue_;
+    std::shared_ptr<Announcer> announcer_;
     std::map<std::string, std::shared_ptr<StreamWriter>> streams_; ///< by partition
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources_;
     std::uint32_t next_source_ = 0;

@@ -1,6 +1,7 @@
 #include "stream_writer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "wire.h"
 #include "wire_qos.h"
@@ -13,14 +14,22 @@ using SteadyClock = std::chrono::steady_clock;
 } // namespace
 
 StreamWriter::StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id,
-                           const std::string& partition, FlushPolicy policy, Flusher& flusher)
+                           const std::string& partition, FlushPolicy policy, Flusher& flusher,
+                           std::shared_ptr<Counters> counters)
     : id_(id)
     , policy_(policy)
     , flusher_(flusher)
+    , counters_(std::move(counters))
     , writer_(dds_create_writer(participant, topic, frames_qos(partition).get(), nullptr), "dds_create_writer")
     , entity_(writer_.get())
     , frame_(policy.frame_bytes_max)
 {
+}
+
+void StreamWriter::open(const std::shared_ptr<LocalSource>& source)
+{
+    const std::lock_guard lock{mutex_};
+    sources_.emplace(source->number, source);
 }
 
 void StreamWriter::send(LocalSource& source, std::string_view payload, const SendWait& wait)
@@ -43,8 +52,19 @@ void StreamWriter::accept(LocalSource& source, WireMessage message, const SendWa
         throw TransportError(LBM_EOP, "the source is closed");
     }
     message.sequence = source.next;
+    note_tail(source);
     append(message, wait.flush);
     ++source.next;
+    counters_->messages_sent.add();
+    counters_->bytes_sent.add(message.payload.size());
+}
+
+void StreamWriter::note_tail(LocalSource& source)
+{
+    if (!source.spoke && source.announcements == 0) {
+        tails_.push_back(sources_.at(source.number));
+    }
+    source.spoke = true;
 }
 
 void StreamWriter::end(LocalSource& source, const SendWait& wait)
@@ -54,6 +74,7 @@ void StreamWriter::end(LocalSource& source, const SendWait& wait)
         return;
     }
     source.closed = true;
+    sources_.erase(source.number);
     make_room(lock, {Kind::close, 0, 0, source.topic, {}, {}}, wait);
     append({Kind::close, source.number, source.next, source.topic, {}, {}}, wait.flush);
 }
@@ -74,7 +95,12 @@ void StreamWriter::make_room(Lock& lock, const WireMessage& like, const SendWait
         if (result != DDS_RETCODE_TIMEOUT) {
             check_dds(result, "dds_write");
         }
-        wait_for_room(lock, room_, wait, "receivers have not acknowledged enough");
+        try {
+            wait_for_room(lock, room_, wait, "receivers have not acknowledged enough");
+        } catch (const TransportError&) {
+            counters_->sends_refused.add();
+            throw;
+        }
     }
 }
 
@@ -115,6 +141,7 @@ dds_return_t StreamWriter::write_frame()
     const dds_return_t result = dds_write(writer_.get(), &packet);
     if (result == DDS_RETCODE_OK) {
         ++sequence_;
+        counters_->frames_sent.add();
         frame_.clear();
         last_write_ = SteadyClock::now();
     }
@@ -145,6 +172,66 @@ void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
     }
 }
 
+/// The status that the engine keeps of matches is not asked: reading it would take the news from who watches it.
+bool StreamWriter::receiver_came()
+{
+    std::vector<dds_instance_handle_t> now(receivers_.size() + 16);
+    dds_return_t count = dds_get_matched_subscriptions(entity_, now.data(), now.size());
+    if (count > static_cast<dds_return_t>(now.size())) {
+        now.resize(static_cast<std::size_t>(count));
+        count = std::min(dds_get_matched_subscriptions(entity_, now.data(), now.size()), count);
+    }
+    now.resize(static_cast<std::size_t>(std::max(count, 0)));
+    std::sort(now.begin(), now.end());
+    const bool came = !std::includes(receivers_.begin(), receivers_.end(), now.begin(), now.end());
+    receivers_ = std::move(now);
+    return came;
+}
+
+void StreamWriter::announce() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    if (closed_) {
+        return;
+    }
+    if (receiver_came()) {
+        list_all_tails();
+    }
+    std::erase_if(tails_, [this](const auto& source) { return !still_to_announce(*source); });
+    if (!try_write()) {
+        arm(SteadyClock::now() + retry_interval);
+    }
+}
+
+/// A source that has sent nothing has no tail.
+void StreamWriter::list_all_tails()
+{
+    tails_.clear();
+    for (const auto& [number, source] : sources_) {
+        if (source->next != 0 || source->spoke) { // the numbers may stand at their turn
+            source->announcements = tail_announcements;
+            tails_.push_back(source);
+        }
+    }
+}
+
+bool StreamWriter::still_to_announce(LocalSource& source)
+{
+    if (source.closed) {
+        return false;
+    }
+    if (std::exchange(source.spoke, false)) {
+        source.announcements = tail_announcements;
+        return true;
+    }
+    const WireMessage sync{Kind::sync, source.number, source.next, source.topic, {}, {}};
+    if (receivers_.empty() || (!frame_.fits(sync) && !try_write())) {
+        return true; // with nobody there or the window full it stays for another time
+    }
+    frame_.add(sync);
+    return --source.announcements > 0;
+}
+
 /// Without waiting: the engine would wait with our lock held.
 bool StreamWriter::all_acknowledged()
 {
@@ -162,6 +249,8 @@ void StreamWriter::close() noexcept
     {
         const std::lock_guard lock{mutex_};
         closed_ = true;
+        sources_.clear(); // they refer to the stream
+        tails_.clear();
         writer_.reset();
     }
     room_.notify_all();

@@ -9,7 +9,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
+#include "counters.h"
 #include "dds_entity.h"
 #include "flusher.h"
 #include "frame.h"
@@ -25,9 +28,16 @@ struct LocalSource {
     const std::uint32_t number;
     const std::string topic;
     const std::shared_ptr<StreamWriter> stream;
-    std::uint32_t next = 0; ///< sequence number; guarded by the stream's lock, fixed once closed
-    bool closed = false;    ///< guarded by the stream's lock
+
+    // Guarded by the stream's lock.
+    std::uint32_t next = 0; ///< sequence number; fixed once closed
+    bool closed = false;
+    bool spoke = false;             ///< since its stream's last announcements
+    std::uint8_t announcements = 0; ///< that are still to be made of `next`, unless it speaks
 };
+
+/// How often a sequence number that nothing follows is announced: a receiver may be away for one or two.
+inline constexpr std::uint8_t tail_announcements = 3;
 
 struct FlushPolicy {
     std::size_t frame_bytes_max;
@@ -40,7 +50,10 @@ struct FlushPolicy {
 class StreamWriter : public Flushable, public std::enable_shared_from_this<StreamWriter> {
 public:
     StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id, const std::string& partition,
-                 FlushPolicy policy, Flusher& flusher);
+                 FlushPolicy policy, Flusher& flusher, std::shared_ptr<Counters> counters);
+
+    /// From now until its end the source's tail is announced.
+    void open(const std::shared_ptr<LocalSource>& source);
 
     /// Accepts a message; after a failure it has consumed no sequence number. Throws TransportError: LBM_EWOULDBLOCK
     /// and LBM_ETIMEDOUT for want of room, LBM_EOP when stream or source is closed, LBM_EOS.
@@ -49,6 +62,10 @@ public:
 
     /// Closes the source, whatever happens, and sends its end; throws as `send`. Twice is harmless.
     void end(LocalSource& source, const SendWait& wait);
+
+    /// Tells receivers how far the sources are that have said nothing since the last call, some calls in a row, and all
+    /// sources when a receiver has come: what it was not there for is then a loss, not a silence. Never waits.
+    void announce() noexcept;
 
     /// Sends what is left and waits for the receivers' acknowledgement until the deadline or the end of the stream;
     /// holds up no other thread that sends.
@@ -75,15 +92,23 @@ private:
     dds_return_t write_frame();
     bool try_write();
     bool all_acknowledged();
+    bool receiver_came();
+    void list_all_tails();
+    bool still_to_announce(LocalSource& source);
+    void note_tail(LocalSource& source);
 
     const StreamId id_;
     const FlushPolicy policy_;
     Flusher& flusher_;
+    const std::shared_ptr<Counters> counters_;
     std::mutex mutex_;
     std::condition_variable room_;
     DdsEntity writer_;
     const dds_entity_t entity_; ///< the same, for those who do not take the lock; may be gone
     FrameBuilder frame_;
+    std::unordered_map<std::uint32_t, std::shared_ptr<LocalSource>> sources_; ///< open ones, by number
+    std::vector<std::shared_ptr<LocalSource>> tails_; ///< those that have spoken or are to be announced, each once
+    std::vector<dds_instance_handle_t> receivers_;    ///< when last looked at, sorted
     std::uint64_t sequence_ = 0;
     std::chrono::steady_clock::time_point last_write_{};
     bool armed_ = false;

@@ -5,11 +5,12 @@
 namespace qx::transport {
 
 Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max,
-                       Responder& responder)
+                       Responder& responder, std::shared_ptr<Counters> counters)
     : participant_(participant)
     , self_(self)
     , responder_(responder)
-    , delivering_(std::make_shared<Delivering>(queue_bytes_max))
+    , counters_(std::move(counters))
+    , delivering_(std::make_shared<Delivering>(queue_bytes_max, counters_))
 {
 }
 
@@ -36,7 +37,7 @@ void Subscriber::start()
     if (!thread_.running()) {
         thread_ = Thread{"lbm_context", [delivering = delivering_] { delivering->run(); }};
     }
-    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_);
+    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_);
 }
 
 void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)

@@ -5,7 +5,9 @@
 #include <memory>
 #include <mutex>
 #include <unordered_set>
+#include <utility>
 
+#include "counters.h"
 #include "intake.h"
 #include "mailbox.h"
 #include "receiver.h"
@@ -20,7 +22,8 @@ namespace qx::transport {
 class Subscriber {
 public:
     /// `responder` must outlive `close`.
-    Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max, Responder& responder);
+    Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max, Responder& responder,
+               std::shared_ptr<Counters> counters);
 
     /// From now on the receiver is called. Throws TransportError.
     void attach(const std::shared_ptr<Receiver>& receiver);
@@ -48,8 +51,8 @@ private:
     /// What the context's thread works on. The thread shares it: a callback that deletes its own context leaves the
     /// thread to end by itself.
     struct Delivering {
-        explicit Delivering(std::size_t queue_bytes_max)
-            : mailbox(queue_bytes_max)
+        Delivering(std::size_t queue_bytes_max, std::shared_ptr<Counters> counters)
+            : mailbox(queue_bytes_max, std::move(counters))
         {
         }
         void run(); ///< until the mailbox is closed
@@ -63,6 +66,7 @@ private:
     const dds_entity_t participant_;
     const ContextId self_;
     Responder& responder_;
+    const std::shared_ptr<Counters> counters_;
     Requester requester_;
     std::shared_ptr<Delivering> delivering_;
     std::mutex mutex_;

@@ -1,8 +1,9 @@
-/// A sending, asking and answering process for tests: does what it is told on standard input, one command a line, and
-/// answers each with "ok" or "failed: <reason>".
+/// A sending, hearing, asking and answering process for tests: does what it is told on standard input, one command a
+/// line, and answers each with "ok" or "failed: <reason>".
 ///
 ///     peer <domain tag> <lease in ms>
 ///     source <topic> | send <topic> <count> | close <topic> | delete
+///     receive <topic> | hears <topic> <count> | loses <topic> <count>    wait for so many data, losses
 ///     respond <topic>            answer each request with its own bytes
 ///     request <topic> <count>    each with its number, from 0
 ///     answers <topic> <count>    wait for so many answers altogether
@@ -40,6 +41,12 @@ public:
             sources_[topic] = test::make_source(ctx_, topic);
         } else if (verb == "send") {
             send(topic, count);
+        } else if (verb == "receive") {
+            receivers_[topic] = test::make_receiver(ctx_, topic, heard_[topic]);
+        } else if (verb == "hears") {
+            test::check(heard_[topic].wait_for(LBM_MSG_DATA, count) ? LBM_OK : LBM_FAILURE);
+        } else if (verb == "loses") {
+            loses(topic, count);
         } else if (verb == "respond") {
             respond(topic);
         } else if (verb == "request") {
@@ -63,6 +70,15 @@ private:
         }
     }
 
+    void loses(const std::string& topic, std::size_t count)
+    {
+        const test::Recorder& heard = heard_[topic];
+        const auto enough = [&] {
+            return heard.count(LBM_MSG_UNRECOVERABLE_LOSS) + heard.count(LBM_MSG_UNRECOVERABLE_LOSS_BURST) >= count;
+        };
+        test::check(heard.wait(enough) ? LBM_OK : LBM_FAILURE);
+    }
+
     void respond(const std::string& topic)
     {
         requests_[topic].then = [](lbm_msg_t& msg) {
@@ -84,6 +100,7 @@ private:
     }
 
     test::ContextHandle ctx_;
+    std::map<std::string, test::Recorder> heard_;
     std::map<std::string, test::Recorder> requests_;
     std::map<std::string, test::Recorder> answers_;
     std::map<std::string, test::ReceiverHandle> receivers_;

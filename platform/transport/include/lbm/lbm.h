@@ -139,6 +139,32 @@ int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, 
 int lbm_context_process_events(lbm_context_t* ctx, unsigned long timeout_ms);
 int lbm_context_unblock(lbm_context_t* ctx);
 
+/* Counters since the context was made. A reading is not of one moment. */
+typedef struct lbm_context_stats {
+    uint64_t messages_sent; /* data and requests that were accepted */
+    uint64_t bytes_sent;    /* their payloads */
+    uint64_t frames_sent;   /* packets that they travelled in */
+    uint64_t sends_refused; /* sends that failed with LBM_EWOULDBLOCK or LBM_ETIMEDOUT; nothing of them was lost */
+
+    uint64_t messages_received;   /* that some receiver wanted, each once */
+    uint64_t bytes_received;      /* their payloads */
+    uint64_t messages_lost;       /* that some receiver wanted and was, or will be, told of as lost, each once */
+    uint64_t messages_overflowed; /* those of them, and of the received, that found the receive queue full */
+    uint64_t messages_unwanted;   /* that came along with others and that no receiver wanted */
+    uint64_t copies_dropped;      /* frames and messages that came again */
+    uint64_t packets_refused;     /* packets and messages that made no sense */
+    uint64_t answers_received;    /* to requests */
+    uint64_t answers_dropped;     /* that nobody waited for, that made no sense or that found the receive queue full */
+
+    uint64_t queue_messages_max; /* the most that waited for callbacks at once, events included */
+    uint64_t queue_bytes_max;    /* the same in bytes, as "receive_queue_bytes_max" counts them */
+    uint64_t sources;            /* that are known now, wanted or not */
+} lbm_context_stats_t;
+
+/* `ctx` NULL: the sum over all contexts that the process has or had; of the high-water marks the highest. Messages that
+ * an event queue loses are in that queue's counters. */
+int lbm_context_retrieve_stats(lbm_context_t* ctx, lbm_context_stats_t* stats);
+
 /* ---- Event queues --------------------------------------------------------------------------------------------- */
 
 typedef int (*lbm_event_queue_monitor_proc)(lbm_event_queue_t* evq, int event, size_t size, unsigned long delay_us,
@@ -166,6 +192,16 @@ int lbm_event_queue_delete(lbm_event_queue_t* evq);
 int lbm_event_dispatch(lbm_event_queue_t* evq, unsigned long timeout_ms);
 /* Makes one running dispatch return, or the next one if none runs. */
 int lbm_event_dispatch_unblock(lbm_event_queue_t* evq);
+
+typedef struct lbm_event_queue_stats {
+    uint64_t messages;            /* that wait now, events included */
+    uint64_t messages_max;        /* the most that waited at once */
+    uint64_t bytes_max;           /* the same in bytes, as "queue_bytes_max" counts them */
+    uint64_t messages_overflowed; /* data that found the queue full and became a loss, once for each receiver */
+    uint64_t answers_dropped;     /* that found the queue full */
+} lbm_event_queue_stats_t;
+
+int lbm_event_queue_retrieve_stats(lbm_event_queue_t* evq, lbm_event_queue_stats_t* stats);
 
 /* ---- Receivers ------------------------------------------------------------------------------------------------ */
 
