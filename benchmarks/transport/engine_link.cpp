@@ -14,12 +14,11 @@ using transport::check_dds;
 using transport::DdsEntity;
 using transport::DdsQos;
 
-DdsQos data_qos(bool batching)
+DdsQos data_qos()
 {
     DdsQos qos{dds_create_qos()};
     dds_qset_reliability(qos.get(), DDS_RELIABILITY_RELIABLE, DDS_INFINITY);
     dds_qset_history(qos.get(), DDS_HISTORY_KEEP_ALL, 0);
-    dds_qset_writer_batching(qos.get(), batching);
     return qos;
 }
 
@@ -115,19 +114,19 @@ private:
 class EngineLink : public Link {
 public:
     EngineLink(const transport::DomainSettings& settings, bool batching)
-        : batching_(batching)
-        , domain_(dds_create_domain(settings.id, transport::domain_xml(settings).c_str()), "dds_create_domain")
+        : domain_(dds_create_domain(settings.id, transport::domain_xml(settings).c_str()), "dds_create_domain")
         , participant_(dds_create_participant(settings.id, nullptr, nullptr), "dds_create_participant")
     {
+        dds_write_set_batch(batching); // of every domain that exists
     }
 
     std::unique_ptr<Sender> make_sender(const std::string& channel, std::size_t) override
     {
-        return std::make_unique<EngineSender>(participant_.get(), channel, data_qos(batching_));
+        return std::make_unique<EngineSender>(participant_.get(), channel, data_qos());
     }
     std::unique_ptr<Listener> make_listener(const std::string& channel, Listener::Callback callback) override
     {
-        return std::make_unique<EngineListener>(participant_.get(), channel, data_qos(batching_), std::move(callback));
+        return std::make_unique<EngineListener>(participant_.get(), channel, data_qos(), std::move(callback));
     }
     std::unique_ptr<Sender> announce(std::size_t sources) override
     {
@@ -144,7 +143,6 @@ public:
     }
 
 private:
-    const bool batching_;
     DdsEntity domain_;
     DdsEntity participant_;
 };
