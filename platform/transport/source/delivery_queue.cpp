@@ -42,6 +42,7 @@ bool DeliveryQueue::push(Delivery delivery)
     }
     if (!open_losses_.empty()) {
         open_losses_.erase(key_of(delivery));
+        open_losses_.erase({nullptr, delivery.source.get()}); // who joins the source here has lost nothing before
     }
     bytes_ += cost(delivery);
     items_.push_back(std::move(delivery));

@@ -17,8 +17,8 @@ class Request;
 class SourceWatch;
 
 /// One step of delivery; `absence`, that a topic has no source, comes from the routing itself. In a context's queue
-/// `receiver` is set for attach and detach only: whom messages go to is decided when they are delivered. In an event
-/// queue it is always set.
+/// `receiver` is set for attach, detach and begin, from which on it hears the source; all else goes to everybody who
+/// hears the source. In an event queue it is always set.
 struct Delivery {
     enum class What { data, loss, begin, end, attach, detach, source_event, answer, absence };
 

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t take_max = 64;
 constexpr std::size_t batches_per_turn = 16;
+constexpr std::size_t batches_between_callbacks = 1; // what waits in the queue counts against its bound
 constexpr std::chrono::seconds longest_wait{30};
 
 } // namespace
@@ -20,32 +21,41 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
     : participant_(participant)
     , out_(out)
     , requester_(requester)
-    , responder_(responder)
     , counters_(counters)
-    , tracker_(*this)
+    , inflow_(out, counters,
+              [&responder](const ContextId& from, std::uint64_t number) { return responder.handle_for(from, number); })
+    , tracker_(inflow_)
     , frames_topic_(make_packet_topic(participant, frames_topic))
     , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
     , waitset_(dds_create_waitset(participant), "dds_create_waitset")
-    , stop_(dds_create_guardcondition(participant), "dds_create_guardcondition")
+    , posted_(dds_create_guardcondition(participant), "dds_create_guardcondition")
     , catalogue_(make_reader(catalogue_topic_.get(), catalogue_qos().get()))
 {
-    check_dds(dds_waitset_attach(waitset_.get(), stop_.get(), 0), "dds_waitset_attach");
-    thread_ = Thread{"lbm_intake", [this] { run(); }};
+    check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
+    relief_ = Thread{"lbm_intake", [this] { relieve(); }};
 }
 
 Intake::~Intake()
 {
-    dds_set_guardcondition(stop_.get(), true);
-    thread_.finish();
+    {
+        const std::lock_guard lock{relief_mutex_};
+        stopping_ = true;
+    }
+    relief_called_.notify_one();
+    relief_.finish();
 }
 
 Intake::Reader Intake::make_reader(dds_entity_t topic, const dds_qos_t* qos)
 {
+    const std::unique_ptr<dds_listener_t, decltype(&dds_delete_listener)> listener{dds_create_listener(this),
+                                                                                   &dds_delete_listener};
+    dds_lset_data_available(listener.get(), &Intake::on_arrival);
     Reader made;
-    made.reader = {dds_create_reader(participant_, topic, qos, nullptr), "dds_create_reader"};
+    made.reader = {dds_create_reader(participant_, topic, qos, listener.get()), "dds_create_reader"};
     made.condition = {dds_create_readcondition(made.reader.get(), DDS_ANY_STATE), "dds_create_readcondition"};
     made.id = next_reader_++;
     check_dds(dds_waitset_attach(waitset_.get(), made.condition.get(), 0), "dds_waitset_attach");
+    wake(); // a wait that has begun does not see what arrived before
     return made;
 }
 
@@ -55,9 +65,24 @@ std::unique_lock<std::mutex> Intake::lock_in_turn()
     return std::unique_lock{mutex_};
 }
 
-void Intake::add(const std::string& partition)
+void Intake::add(const std::shared_ptr<Receiver>& receiver)
 {
     const auto lock = lock_in_turn();
+    hear(receiver->partition());
+    inflow_.add(receiver);
+    wake();
+}
+
+void Intake::remove(const std::shared_ptr<Receiver>& receiver)
+{
+    const auto lock = lock_in_turn();
+    unhear(receiver->partition());
+    inflow_.remove(receiver);
+    wake();
+}
+
+void Intake::hear(const std::string& partition)
+{
     auto found = readers_.find(partition);
     if (found == readers_.end()) {
         found = readers_.emplace(partition, make_reader(frames_topic_.get(), frames_qos(partition).get())).first;
@@ -65,15 +90,14 @@ void Intake::add(const std::string& partition)
     ++found->second.users;
 }
 
-void Intake::remove(const std::string& partition)
+void Intake::unhear(const std::string& partition)
 {
-    const auto lock = lock_in_turn();
     const auto found = readers_.find(partition);
     if (found == readers_.end() || --found->second.users > 0) {
         return;
     }
     // Its copies of shared streams are the ones that count: take those that other readers have dropped already.
-    while (drain_frames(found->second) && tracker_.is_behind(found->second.id)) {
+    while (drain_frames(found->second, batches_per_turn) && tracker_.is_behind(found->second.id)) {
     }
     tracker_.reader_gone(found->second.id);
     dds_waitset_detach(waitset_.get(), found->second.condition.get());
@@ -89,39 +113,75 @@ void Intake::hear_answers(const ContextId& self)
     }
 }
 
-void Intake::run()
+void Intake::wait(Mailbox::Deadline deadline)
 {
-    while (true) {
-        wait();
-        bool stopping = false;
-        dds_read_guardcondition(stop_.get(), &stopping);
-        if (stopping) {
-            return;
-        }
-        drain_all();
+    idle_ = true;
+    if (out_.waits_for_posts()) {
+        const Clock::time_point until = std::min(due_.load(), deadline.value_or(Clock::time_point::max()));
+        const std::chrono::nanoseconds left = until - Clock::now();
+        dds_waitset_wait(waitset_.get(), nullptr, 0, std::max<dds_duration_t>(left.count(), 0));
+    }
+    idle_ = false; // before the readers are emptied: what arrives later calls the relief
+    bool posted = false;
+    dds_take_guardcondition(posted_.get(), &posted);
+    drain_all(batches_between_callbacks);
+}
+
+void Intake::wake() noexcept
+{
+    if (idle_) {
+        dds_set_guardcondition(posted_.get(), true);
     }
 }
 
-void Intake::wait()
+/// On an engine's thread, which must not be held up.
+void Intake::on_arrival(dds_entity_t, void* intake)
 {
-    const std::chrono::nanoseconds left = wake_ - Clock::now();
-    dds_waitset_wait(waitset_.get(), nullptr, 0, std::max<dds_duration_t>(left.count(), 0));
+    auto& self = *static_cast<Intake*>(intake);
+    if (!self.idle_) {
+        self.call_relief();
+    }
 }
 
-void Intake::drain_all()
+void Intake::call_relief()
+{
+    if (called_.exchange(true)) {
+        return;
+    }
+    const std::lock_guard lock{relief_mutex_}; // it is either before its look at the call or waits
+    relief_called_.notify_one();
+}
+
+void Intake::relieve()
+{
+    std::unique_lock lock{relief_mutex_};
+    while (true) {
+        relief_called_.wait(lock, [this] { return stopping_ || called_; });
+        if (stopping_) {
+            return;
+        }
+        lock.unlock();
+        called_ = false; // before the readers are emptied: what arrives later calls again
+        drain_all(batches_per_turn);
+        wake();
+        lock.lock();
+    }
+}
+
+void Intake::drain_all(std::size_t batches)
 {
     const auto lock = lock_in_turn();
     // The catalogue first: it must not announce what the end of a stream has already ended.
     drain_catalogue();
     for (const auto& [partition, reader] : readers_) {
-        drain_frames(reader);
+        drain_frames(reader, batches);
     }
     drain_answers();
     look_at_receivers();
     const auto now = Clock::now();
     tracker_.tick(now);
     counters_.copies_dropped.raise_to(tracker_.duplicates());
-    wake_ = tracker_.next_due().value_or(now + longest_wait);
+    due_ = tracker_.next_due().value_or(now + longest_wait);
 }
 
 bool Intake::is_watched(const StreamWriter& stream) const
@@ -139,6 +199,7 @@ void Intake::watch(const std::shared_ptr<SourceWatch>& source)
     }
     watched_.push_back(source);
     look_at_receivers(); // those who are there already make no news
+    wake();
 }
 
 void Intake::unwatch(const std::shared_ptr<SourceWatch>& source)
@@ -163,13 +224,13 @@ void Intake::look_at_receivers()
 /// Gives each valid packet to `take` and collects the keys whose senders are gone, each once. A steady flow is left in
 /// time for others to have their turn, but not before all of a sender that is gone was taken. False: it was empty.
 template <class Take>
-bool Intake::take_some(dds_entity_t reader, std::vector<Key>& gone, Take take)
+bool Intake::take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take)
 {
     std::array<void*, take_max> loans{};
     std::array<dds_sample_info_t, take_max> infos{};
     dds_return_t taken = 0;
     std::size_t batch = 0;
-    for (; (batch < batches_per_turn || !gone.empty()) &&
+    for (; (batch < batches || !gone.empty()) &&
            (taken = dds_take(reader, loans.data(), infos.data(), take_max, take_max)) > 0;
          ++batch) {
         for (std::size_t i = 0; i < static_cast<std::size_t>(taken); ++i) {
@@ -194,7 +255,7 @@ void Intake::drain_catalogue()
 {
     // What a dead sender's page says is of no use to anybody: its sources would begin only to end.
     std::vector<Key> gone;
-    take_some(catalogue_.reader.get(), gone, [&](const Key& key, ByteView body, bool alive) {
+    take_some(catalogue_.reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, bool alive) {
         if (alive) {
             read_page(key, body);
         }
@@ -210,7 +271,7 @@ void Intake::drain_answers()
         return;
     }
     std::vector<Key> gone; // who answered and left has answered all the same
-    take_some(answers_->reader.get(), gone, [&](const Key& key, ByteView body, bool) {
+    take_some(answers_->reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, bool) {
         if (std::optional<Delivery> delivery = requester_.receive(key.context, body)) {
             counters_.answers_received.add();
             out_.post(std::move(*delivery));
@@ -220,10 +281,10 @@ void Intake::drain_answers()
     });
 }
 
-bool Intake::drain_frames(const Reader& reader)
+bool Intake::drain_frames(const Reader& reader, std::size_t batches)
 {
     std::vector<Key> gone;
-    const bool any = take_some(reader.reader.get(), gone,
+    const bool any = take_some(reader.reader.get(), batches, gone,
                                [&](const Key& key, ByteView body, bool) { read_frame(key, body, reader.id); });
     for (const Key& key : gone) {
         tracker_.stream_gone({key.context, key.part}, reader.id, Clock::now());
@@ -248,43 +309,6 @@ void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId r
     } else {
         counters_.packets_refused.add();
     }
-}
-
-void Intake::begun(const SourcePtr& source, std::uint32_t next)
-{
-    counters_.sources.add();
-    source->arrivals.begin(next);
-    out_.post({Delivery::What::begin, nullptr, source, Message::make(source, LBM_MSG_BOS, next), 0, 0, nullptr});
-}
-
-void Intake::data(const SourcePtr& source, const WireMessage& m)
-{
-    if (!source->arrivals.arrive(m.sequence + 1)) {
-        counters_.messages_unwanted.add();
-        return;
-    }
-    counters_.messages_received.add();
-    counters_.bytes_received.add(m.payload.size());
-    const bool request = m.kind == Kind::request;
-    MessagePtr message = Message::make(source, request ? LBM_MSG_REQUEST : LBM_MSG_DATA, m.sequence, m.payload);
-    if (request) {
-        message->answer_through(responder_.handle_for(source->context, request_number(m)));
-    }
-    out_.post({Delivery::What::data, nullptr, source, std::move(message), 0, 0, nullptr});
-}
-
-void Intake::lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last)
-{
-    if (source->arrivals.arrive(last + 1)) {
-        counters_.messages_lost.add(last - first + 1);
-        out_.post_loss(nullptr, source, first, last);
-    }
-}
-
-void Intake::ended(const SourcePtr& source, std::uint32_t next)
-{
-    counters_.sources.subtract();
-    out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next), 0, 0, nullptr});
 }
 
 } // namespace qx::transport

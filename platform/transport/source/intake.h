@@ -1,6 +1,8 @@
-/// The receiving end at the engine: readers, and the thread that empties them.
+/// The receiving end at the engine: readers, and who empties them.
 #pragma once
 
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -11,6 +13,7 @@
 
 #include "counters.h"
 #include "dds_entity.h"
+#include "inflow.h"
 #include "mailbox.h"
 #include "requester.h"
 #include "responder.h"
@@ -21,19 +24,27 @@
 namespace qx::transport {
 
 /// Follows the sources that its readers hear and posts what happens to them. One reader per partition name, shared by
-/// all receivers that need it; the engine's own caches have no bound, so they are emptied at once, whatever callbacks
-/// do.
-/// Threads   any.
-class Intake : private SourceEvents {
+/// all receivers that need it. The thread that runs the callbacks also empties the readers: a message that finds it
+/// idle reaches its callback without another change of threads. The engine's own caches have no bound, so that a relief
+/// thread empties them while callbacks run; it sleeps until something arrives then.
+/// Threads   any, but `wait` is for one thread.
+class Intake {
 public:
     /// Answers go to the requests of `requester`, requests get their handles from `responder`.
     Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters);
-    ~Intake() override;
+    ~Intake();
     Intake(const Intake&) = delete;
     Intake& operator=(const Intake&) = delete;
 
-    void add(const std::string& partition);
-    void remove(const std::string& partition);
+    /// Waits until something has arrived or was posted, at most until the deadline, and posts what arrived.
+    void wait(Mailbox::Deadline deadline);
+
+    /// Ends a wait: something was posted.
+    void wake() noexcept;
+
+    /// What arrives from now on is posted for the receiver. Throws TransportError.
+    void add(const std::shared_ptr<Receiver>& receiver);
+    void remove(const std::shared_ptr<Receiver>& receiver);
 
     /// From now on answers to requests of that context are heard. Twice is harmless.
     void hear_answers(const ContextId& self);
@@ -54,39 +65,45 @@ private:
         bool operator==(const Key&) const = default;
     };
 
-    void begun(const SourcePtr& source, std::uint32_t next) override;
-    void data(const SourcePtr& source, const WireMessage& message) override;
-    void lost(const SourcePtr& source, std::uint32_t first, std::uint32_t last) override;
-    void ended(const SourcePtr& source, std::uint32_t next) override;
-
+    void hear(const std::string& partition);
+    void unhear(const std::string& partition);
     Reader make_reader(dds_entity_t topic, const dds_qos_t* qos);
     std::unique_lock<std::mutex> lock_in_turn();
-    void run();
-    void wait();
-    void drain_all();
+    static void on_arrival(dds_entity_t reader, void* intake);
+    void call_relief();
+    void relieve();
+    void drain_all(std::size_t batches);
     void look_at_receivers();
     bool is_watched(const StreamWriter& stream) const;
     void drain_catalogue();
     void drain_answers();
-    bool drain_frames(const Reader& reader);
+    bool drain_frames(const Reader& reader, std::size_t batches);
     void read_page(const Key& key, ByteView body);
     void read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader);
     template <class Take>
-    static bool take_some(dds_entity_t reader, std::vector<Key>& gone, Take take);
+    static bool take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take);
 
     const dds_entity_t participant_;
     Mailbox& out_;
     Requester& requester_;
-    Responder& responder_;
     Counters& counters_;
+    // Before the readers, whose arrivals may be told of from their first to their last moment.
+    std::atomic<bool> idle_ = false; ///< somebody is in `wait`, and what arrives needs no relief
+    std::mutex relief_mutex_;
+    std::condition_variable relief_called_;
+    std::atomic<bool> called_ = false;
+    bool stopping_ = false;
+
+    std::atomic<Clock::time_point> due_{}; ///< when to look again though nothing arrives; at first at once
     std::mutex turn_;  ///< held while waiting for `mutex_`: a busy intake must let others have it in turn
-    std::mutex mutex_; ///< readers and tracker
+    std::mutex mutex_; ///< all below
+    Inflow inflow_;
     SourceTracker tracker_;
     DdsEntity frames_topic_;
     DdsEntity catalogue_topic_;
     DdsEntity answers_topic_;
     DdsEntity waitset_;
-    DdsEntity stop_;
+    DdsEntity posted_; ///< ends a wait
     Reader catalogue_;
     std::map<std::string, Reader> readers_;
     std::optional<Reader> answers_; ///< from the first request on
@@ -94,8 +111,7 @@ private:
     SourceTracker::ReaderId next_reader_ = 0;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
-    Clock::time_point wake_{};            ///< when the intake thread looks again; at first at once
-    Thread thread_;
+    Thread relief_;
 };
 
 } // namespace qx::transport

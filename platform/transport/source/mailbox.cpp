@@ -61,6 +61,17 @@ Mailbox::Taken Mailbox::take(Delivery& out, Deadline deadline)
         filled_.wait(lock, ready);
     }
     --waiting_;
+    return take_locked(out);
+}
+
+Mailbox::Taken Mailbox::take_present(Delivery& out)
+{
+    const std::lock_guard lock{mutex_};
+    return take_locked(out);
+}
+
+Mailbox::Taken Mailbox::take_locked(Delivery& out)
+{
     if (closed_) {
         return Taken::closed;
     }
@@ -97,6 +108,12 @@ bool Mailbox::closed() const
 {
     const std::lock_guard lock{mutex_};
     return closed_;
+}
+
+bool Mailbox::waits_for_posts() const
+{
+    const std::lock_guard lock{mutex_};
+    return !closed_ && queue_.size() == 0;
 }
 
 std::size_t Mailbox::size() const

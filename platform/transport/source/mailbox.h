@@ -37,6 +37,9 @@ public:
     /// Waits for an item. An unblock goes first: a busy mailbox must not starve it.
     Taken take(Delivery& out, Deadline deadline);
 
+    /// The same without waiting.
+    Taken take_present(Delivery& out);
+
     /// Makes one take return, now or the next.
     void unblock();
 
@@ -44,10 +47,14 @@ public:
     void close() noexcept;
     bool closed() const;
 
+    /// Whether it is open and empty.
+    bool waits_for_posts() const;
+
     std::size_t size() const;
     std::uint64_t dropped() const;
 
 private:
+    Taken take_locked(Delivery& out);
     void wake(std::unique_lock<std::mutex> lock);
     void count_overflow(Delivery::What what) noexcept;
 

@@ -4,14 +4,12 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <lbm/lbm.h>
 
-#include "arrivals.h"
 #include "ids.h"
 
 namespace qx::transport {
@@ -46,14 +44,13 @@ struct RemoteSource {
     const std::string topic;
     const std::string text; ///< empty when it stands in for none
 
-    /// What nobody wants is not queued. Messages that have arrived may still wait in the queue.
-    Arrivals arrivals;
+    /// The intake's own: who wants what arrives (nothing is queued for nobody), and the number that arrives next.
+    std::vector<std::shared_ptr<Receiver>> wanted_by;
+    std::uint32_t next = 0;
 
-    /// The routing's own, see router.h: whom its messages go to, the number that comes next after what was routed, and
-    /// the one before which messages that still wait are for nobody.
+    /// The routing's own: who gets what was queued, which differs from `wanted_by` by the joins and departures that
+    /// still wait in the queue.
     std::vector<std::shared_ptr<Receiver>> targets;
-    std::uint32_t routed = 0;
-    std::optional<std::uint32_t> begin_at;
 };
 using SourcePtr = std::shared_ptr<RemoteSource>;
 

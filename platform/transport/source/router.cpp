@@ -6,29 +6,16 @@
 #include "source_watch.h"
 
 namespace qx::transport {
-namespace {
-
-/// What nobody wanted was never queued: the first receiver begins with what arrives from now on.
-void start_at_arrivals(RemoteSource& source)
-{
-    const Arrivals::Seen seen = source.arrivals.want();
-    source.routed = seen.next;
-    source.begin_at = seen.any ? std::optional{seen.next} : std::nullopt;
-}
-
-} // namespace
 
 void Router::handle(Delivery& delivery, TimePoint now)
 {
     switch (delivery.what) {
     case Delivery::What::begin:
-        begin(delivery);
+        join(delivery);
         break;
     case Delivery::What::data:
-        forward(delivery, delivery.message->sequence_number + 1);
-        break;
     case Delivery::What::loss:
-        forward(delivery, delivery.last + 1);
+        pass(delivery);
         break;
     case Delivery::What::end:
         end(delivery, now);
@@ -50,20 +37,14 @@ void Router::handle(Delivery& delivery, TimePoint now)
     }
 }
 
-void Router::begin(Delivery& delivery)
+void Router::join(Delivery& delivery)
 {
-    RemoteSource& source = *delivery.source;
-    for (const auto& receiver : receivers_) {
-        if (receiver->matches(source.topic)) {
-            join(source, receiver);
-        }
-    }
-    if (source.targets.empty()) {
-        source.arrivals.unwant();
-    }
-    source.routed = delivery.message->sequence_number;
+    Receiver& receiver = *delivery.receiver;
+    delivery.source->targets.push_back(delivery.receiver);
     sources_.insert(delivery.source);
-    pass(delivery);
+    ++receiver.sources;
+    receiver.absent_at.reset();
+    receiver.deliver(Delivery::What::begin, delivery.source, *delivery.message);
 }
 
 void Router::end(Delivery& delivery, TimePoint now)
@@ -75,13 +56,6 @@ void Router::end(Delivery& delivery, TimePoint now)
     }
     delivery.source->targets.clear();
     sources_.erase(delivery.source);
-}
-
-void Router::join(RemoteSource& source, const std::shared_ptr<Receiver>& receiver)
-{
-    source.targets.push_back(receiver);
-    ++receiver->sources;
-    receiver->absent_at.reset();
 }
 
 void Router::await_source(Receiver& receiver, TimePoint now)
@@ -109,21 +83,6 @@ void Router::tick(TimePoint now)
     }
 }
 
-/// `next` is the number that follows the data or loss.
-void Router::forward(Delivery& delivery, std::uint32_t next)
-{
-    RemoteSource& source = *delivery.source;
-    if (source.begin_at) {
-        // It was queued for receivers that are gone, and what followed it may not have been: a hole without a loss.
-        if (static_cast<std::int32_t>(next - *source.begin_at) <= 0) {
-            return;
-        }
-        source.begin_at.reset();
-    }
-    source.routed = next;
-    pass(delivery);
-}
-
 void Router::pass(Delivery& delivery)
 {
     for (const auto& receiver : delivery.source->targets) {
@@ -138,16 +97,6 @@ void Router::pass(Delivery& delivery)
 void Router::attach(const std::shared_ptr<Receiver>& receiver, TimePoint now)
 {
     receivers_.push_back(receiver);
-    for (const SourcePtr& source : sources_) {
-        if (!receiver->matches(source->topic)) {
-            continue;
-        }
-        if (source->targets.empty()) {
-            start_at_arrivals(*source);
-        }
-        join(*source, receiver);
-        receiver->deliver(Delivery::What::begin, source, *Message::make(source, LBM_MSG_BOS, source->routed));
-    }
     await_source(*receiver, now);
 }
 
@@ -156,9 +105,6 @@ void Router::detach(const std::shared_ptr<Receiver>& receiver)
     std::erase(receivers_, receiver);
     for (const SourcePtr& source : sources_) {
         std::erase(source->targets, receiver);
-        if (source->targets.empty()) {
-            source->arrivals.unwant();
-        }
     }
 }
 

@@ -1,5 +1,5 @@
-/// Who gets which source: patterns are matched once per source and receiver, then messages follow the result. Who has
-/// had no source for as long as it wanted to wait is told so, once until one comes and goes again.
+/// Hands messages to those who joined their source. Who has had no source for as long as it wanted to wait is told so,
+/// once until one comes and goes again.
 #pragma once
 
 #include <chrono>
@@ -27,17 +27,15 @@ public:
     std::optional<TimePoint> next_due() const noexcept { return next_due_; }
 
 private:
-    void begin(Delivery& delivery);
+    void join(Delivery& delivery);
     void end(Delivery& delivery, TimePoint now);
     void attach(const std::shared_ptr<Receiver>& receiver, TimePoint now);
     void detach(const std::shared_ptr<Receiver>& receiver);
-    static void forward(Delivery& delivery, std::uint32_t next);
     static void pass(Delivery& delivery);
-    static void join(RemoteSource& source, const std::shared_ptr<Receiver>& receiver);
     void await_source(Receiver& receiver, TimePoint now);
 
     std::vector<std::shared_ptr<Receiver>> receivers_;
-    std::unordered_set<SourcePtr> sources_; ///< those that have begun and not ended
+    std::unordered_set<SourcePtr> sources_; ///< those that were joined and have not ended
     std::optional<TimePoint> next_due_;     ///< not later than the first absence to be told
 };
 

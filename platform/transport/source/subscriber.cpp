@@ -14,18 +14,20 @@ Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::siz
 {
 }
 
-void Subscriber::Delivering::run()
+void Subscriber::Delivering::run(Intake& intake)
 {
     while (true) {
         Delivery delivery; // its message goes now, not when the next one comes
-        const Mailbox::Taken taken = mailbox.take(delivery, router.next_due());
-        const Clock::time_point now = Clock::now();
-        if (taken == Mailbox::Taken::item) {
-            router.handle(delivery, now);
-        } else if (taken != Mailbox::Taken::timed_out) {
-            return;
+        const Mailbox::Taken taken = mailbox.take_present(delivery);
+        if (taken == Mailbox::Taken::closed) {
+            return; // a callback may have deleted the context, and the intake with it
         }
-        router.tick(now);
+        if (taken == Mailbox::Taken::item) {
+            router.handle(delivery, Clock::now());
+        } else {
+            intake.wait(router.next_due());
+        }
+        router.tick(Clock::now());
     }
 }
 
@@ -34,10 +36,13 @@ void Subscriber::start()
     if (intake_) {
         return;
     }
-    if (!thread_.running()) {
-        thread_ = Thread{"lbm_context", [delivering = delivering_] { delivering->run(); }};
-    }
     intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_);
+    try {
+        thread_ = Thread{"lbm_context", [delivering = delivering_, &intake = *intake_] { delivering->run(intake); }};
+    } catch (...) {
+        intake_.reset();
+        throw;
+    }
 }
 
 void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
@@ -47,28 +52,16 @@ void Subscriber::attach(const std::shared_ptr<Receiver>& receiver)
         throw TransportError(LBM_EOP, "the context is deleted");
     }
     start();
+    intake_->add(receiver);
     receivers_.insert(receiver);
-    // Before there is a reader: what it hears first must find the receiver routed, since sources send as soon as they
-    // see the reader.
-    delivering_->mailbox.post({Delivery::What::attach, receiver, nullptr, nullptr, 0, 0, nullptr});
-    try {
-        intake_->add(receiver->partition());
-    } catch (...) {
-        receiver->close(); // another reader may have been heard for it
-        receivers_.erase(receiver);
-        delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr, 0, 0, nullptr});
-        throw;
-    }
 }
 
 void Subscriber::detach(const std::shared_ptr<Receiver>& receiver)
 {
     const std::lock_guard lock{mutex_};
-    if (receivers_.erase(receiver) == 0) {
-        return;
+    if (receivers_.erase(receiver) > 0) {
+        intake_->remove(receiver);
     }
-    intake_->remove(receiver->partition());
-    delivering_->mailbox.post({Delivery::What::detach, receiver, nullptr, nullptr, 0, 0, nullptr});
 }
 
 void Subscriber::watch(const std::shared_ptr<SourceWatch>& source)
@@ -129,7 +122,9 @@ void Subscriber::close()
         watch->close();
     }
     requester_.close();
-    intake.reset();
+    if (intake) {
+        intake->wake();
+    }
     thread.finish();
 }
 

@@ -55,7 +55,7 @@ private:
             : mailbox(queue_bytes_max, std::move(counters))
         {
         }
-        void run(); ///< until the mailbox is closed
+        void run(Intake& intake); ///< until the mailbox is closed; does not touch the intake then
 
         Mailbox mailbox;
         Router router;
