@@ -15,6 +15,11 @@ using namespace qx::transport;
 
 namespace {
 
+WhenFull when_full(const Options& options)
+{
+    return options.get_text("when_full") == "lose" ? WhenFull::lose : WhenFull::block;
+}
+
 void watch(lbm_src& handle, Context& context, SourceWatch::Callback callback, std::shared_ptr<EventQueue> queue)
 {
     if (callback.proc != nullptr) {
@@ -45,7 +50,7 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
         require(topic, "topic");
         require_topic_of(topic, *ctx->context);
         auto handle = std::make_unique<lbm_src>(lbm_src{nullptr, nullptr, ctx->context});
-        handle->source = ctx->context->publisher().open(topic->name);
+        handle->source = ctx->context->publisher().open(topic->name, when_full(topic->options));
         lbm_src_t* const before = std::exchange(*src, handle.get()); // set before the first event can come
         try {
             watch(*handle, *ctx->context, {proc, clientd, handle.get()}, queue_of(evq));

@@ -12,7 +12,8 @@ namespace {
 FlushPolicy flush_policy(const Options& options)
 {
     return {static_cast<std::size_t>(options.get_integer("frame_bytes_max")),
-            std::chrono::microseconds{options.get_integer("flush_gap_us")}};
+            std::chrono::microseconds{options.get_integer("flush_gap_us")},
+            static_cast<std::size_t>(options.get_integer("send_window_bytes"))};
 }
 
 AnswerPolicy answer_policy(const Options& options)

@@ -81,12 +81,14 @@ DomainSettings::DomainSettings(const Options& context_options)
     , interface(context_options.get_text("interface"))
     , multicast(context_options.get_boolean("multicast"))
     , lease_ms(context_options.get_integer("lease_ms"))
+    , send_window_bytes(context_options.get_integer("send_window_bytes"))
 {
 }
 
 std::string domain_xml(const DomainSettings& s)
 {
     const bool loopback = s.interface == "lo";
+    const std::string window = std::to_string(s.send_window_bytes) + "B";
     const std::string multicast = s.multicast ? "true" : "false";
     return "<CycloneDDS><Domain id=\"any\"><General><Interfaces><NetworkInterface name=\"" + xml_escaped(s.interface) +
            "\" multicast=\"" + multicast + "\"/></Interfaces><AllowMulticast>" + multicast + "</AllowMulticast>" +
@@ -94,7 +96,9 @@ std::string domain_xml(const DomainSettings& s)
                      : "<MaxMessageSize>14720B</MaxMessageSize><FragmentSize>1344B</FragmentSize>") +
            "</General><Discovery>" + discovery_xml(s) +
            "</Discovery><Internal><Watermarks><WhcAdaptive>false</WhcAdaptive><WhcLow>1kB</WhcLow>"
-           "<WhcHighInit>4MB</WhcHighInit><WhcHigh>4MB</WhcHigh></Watermarks>"
+           "<WhcHighInit>" +
+           window + "</WhcHighInit><WhcHigh>" + window +
+           "</WhcHigh></Watermarks>"
            "<WriterLingerDuration>0s</WriterLingerDuration>"
            "<SocketReceiveBufferSize min=\"default\" max=\"4MB\"/></Internal></Domain></CycloneDDS>";
 }
@@ -108,7 +112,7 @@ DomainUse::DomainUse(const DomainSettings& settings)
     } else if (!(r.domain->settings == settings)) {
         throw TransportError(LBM_EOP,
                              "this process has contexts with other values of domain_id, domain_tag, interface, "
-                             "multicast or lease_ms; they must agree");
+                             "multicast, lease_ms or send_window_bytes; they must agree");
     }
     ++r.domain->uses;
     id_ = r.domain->settings.id;

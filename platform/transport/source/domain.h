@@ -21,6 +21,7 @@ struct DomainSettings {
     std::string interface;
     bool multicast;
     std::int64_t lease_ms;
+    std::int64_t send_window_bytes;
 };
 
 /// The engine's configuration for these settings; texts are escaped.

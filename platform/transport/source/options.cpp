@@ -33,6 +33,12 @@ constexpr OptionSpec text(Scope scope, std::string_view name, std::int64_t bytes
     return {scope, name, OptionType::text, "", bytes_min, bytes_max, "", fallback, about};
 }
 
+constexpr OptionSpec choice(Scope scope, std::string_view name, std::string_view choices, std::string_view fallback,
+                            std::string_view about)
+{
+    return {scope, name, OptionType::choice, "", 0, 0, choices, fallback, about};
+}
+
 constexpr std::int64_t kib = 1'024;
 constexpr std::int64_t mib = 1'024 * kib;
 constexpr std::int64_t gib = 1'024 * mib;
@@ -58,6 +64,10 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
             "How long deleting a context waits for acknowledgements of what was sent"),
     integer(Scope::context, "response_window_messages", "", 1, 65'536, "256",
             "Answers to one requester that may be unacknowledged, within 4 MiB; further ones wait or fail"),
+    integer(Scope::context, "send_window_bytes", "bytes", 256 * kib, 1 * gib, "4194304",
+            "What a stream may have sent without acknowledgement; a message should be far smaller"),
+    choice(Scope::source, "when_full", "block|lose", "block",
+           "Whether sends wait (or fail) while receivers do not keep up, or go on and those receivers lose"),
     integer(Scope::receiver, "no_source_ms", "ms", 0, 86'400'000, "0",
             "A topic without a source for so long is told of once, until one comes and goes; 0 tells of none"),
     integer(Scope::wildcard_receiver, "no_source_ms", "ms", 0, 86'400'000, "0", "The same for the topics of a pattern"),

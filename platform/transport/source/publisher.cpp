@@ -110,24 +110,25 @@ Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy 
 {
 }
 
-std::shared_ptr<StreamWriter> Publisher::stream_for(std::string_view topic)
+std::shared_ptr<StreamWriter> Publisher::stream_for(std::string_view topic, WhenFull when_full)
 {
     const std::string partition = partition_of_topic(topic);
-    if (const auto found = streams_.find(partition); found != streams_.end()) {
+    const StreamKey key{partition, when_full};
+    if (const auto found = streams_.find(key); found != streams_.end()) {
         return found->second;
     }
     if (!frames_topic_) {
         frames_topic_ = make_packet_topic(participant_, frames_topic);
     }
     const StreamId id{id_, static_cast<std::uint32_t>(streams_.size())};
-    auto stream =
-        std::make_shared<StreamWriter>(participant_, frames_topic_.get(), id, partition, policy_, flusher_, counters_);
-    streams_.emplace(partition, stream);
+    auto stream = std::make_shared<StreamWriter>(participant_, frames_topic_.get(), id, partition, when_full, policy_,
+                                                 flusher_, counters_);
+    streams_.emplace(key, stream);
     announcer_->add(stream);
     return stream;
 }
 
-std::shared_ptr<LocalSource> Publisher::open(std::string_view topic)
+std::shared_ptr<LocalSource> Publisher::open(std::string_view topic, WhenFull when_full)
 {
     const std::lock_guard lock{mutex_};
     if (closed_) {
@@ -137,7 +138,8 @@ std::shared_ptr<LocalSource> Publisher::open(std::string_view topic)
     if (!catalogue_) {
         catalogue_ = std::make_shared<CatalogueWriter>(participant_, id_, flusher_);
     }
-    auto source = std::make_shared<LocalSource>(LocalSource{next_source_, std::string{topic}, stream_for(topic)});
+    auto source =
+        std::make_shared<LocalSource>(LocalSource{next_source_, std::string{topic}, stream_for(topic, when_full)});
     sources_.emplace(next_source_, source);
     ++next_source_;
     source->stream->open(source);
@@ -162,7 +164,7 @@ void Publisher::close_source(LocalSource& source, const SendWait& wait)
 void Publisher::close(Clock::time_point deadline) noexcept
 {
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources;
-    std::map<std::string, std::shared_ptr<StreamWriter>> streams;
+    std::map<StreamKey, std::shared_ptr<StreamWriter>> streams;
     std::shared_ptr<CatalogueWriter> catalogue;
     {
         const std::lock_guard lock{mutex_};
@@ -178,7 +180,7 @@ void Publisher::close(Clock::time_point deadline) noexcept
             break; // receivers that do not keep up learn of the end when the streams go
         }
     }
-    for (const auto& [partition, stream] : streams) {
+    for (const auto& [key, stream] : streams) {
         stream->drain(deadline);
         stream->close();
     }

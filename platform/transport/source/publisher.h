@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "catalogue.h"
@@ -67,7 +68,7 @@ public:
     Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher,
               std::shared_ptr<Counters> counters);
 
-    std::shared_ptr<LocalSource> open(std::string_view topic);
+    std::shared_ptr<LocalSource> open(std::string_view topic, WhenFull when_full);
     void close_source(LocalSource& source, const SendWait& wait);
 
     /// Ends every source, waits at most until the deadline for receivers to have it all, and closes the streams.
@@ -75,7 +76,9 @@ public:
     void close(std::chrono::steady_clock::time_point deadline) noexcept;
 
 private:
-    std::shared_ptr<StreamWriter> stream_for(std::string_view topic);
+    using StreamKey = std::pair<std::string, WhenFull>; ///< partition first
+
+    std::shared_ptr<StreamWriter> stream_for(std::string_view topic, WhenFull when_full);
 
     const dds_entity_t participant_;
     const ContextId id_;
@@ -86,7 +89,7 @@ private:
     DdsEntity frames_topic_;
     std::shared_ptr<CatalogueWriter> catalogue_;
     std::shared_ptr<Announcer> announcer_;
-    std::map<std::string, std::shared_ptr<StreamWriter>> streams_; ///< by partition
+    std::map<StreamKey, std::shared_ptr<StreamWriter>> streams_;
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources_;
     std::uint32_t next_source_ = 0;
     bool closed_ = false;

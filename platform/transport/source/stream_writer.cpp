@@ -11,18 +11,36 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
+/// Frames that a losing stream keeps. Half the window holds them, so that only messages larger than a frame can fill
+/// it.
+constexpr std::int32_t frames_kept = 256;
+
+DdsQos writer_qos(const std::string& partition, WhenFull when_full)
+{
+    return when_full == WhenFull::lose ? latest_frames_qos(partition, frames_kept) : frames_qos(partition);
+}
+
+FlushPolicy adapted(FlushPolicy policy, WhenFull when_full)
+{
+    if (when_full == WhenFull::lose) {
+        policy.frame_bytes_max = std::min(policy.frame_bytes_max, policy.window_bytes / frames_kept);
+    }
+    return policy;
+}
+
 } // namespace
 
 StreamWriter::StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id,
-                           const std::string& partition, FlushPolicy policy, Flusher& flusher,
+                           const std::string& partition, WhenFull when_full, FlushPolicy policy, Flusher& flusher,
                            std::shared_ptr<Counters> counters)
     : id_(id)
-    , policy_(policy)
+    , policy_(adapted(policy, when_full))
     , flusher_(flusher)
     , counters_(std::move(counters))
-    , writer_(dds_create_writer(participant, topic, frames_qos(partition).get(), nullptr), "dds_create_writer")
+    , writer_(dds_create_writer(participant, topic, writer_qos(partition, when_full).get(), nullptr),
+              "dds_create_writer")
     , entity_(writer_.get())
-    , frame_(policy.frame_bytes_max)
+    , frame_(policy_.frame_bytes_max)
 {
 }
 

@@ -42,7 +42,12 @@ inline constexpr std::uint8_t tail_announcements = 3;
 struct FlushPolicy {
     std::size_t frame_bytes_max;
     std::chrono::microseconds gap;
+    std::size_t window_bytes; ///< what the engine takes unacknowledged
 };
+
+/// block   every frame is kept until all receivers have it; a full window holds up the sender
+/// lose    the latest frames are kept; who is further behind loses, and nobody is held up
+enum class WhenFull { block, lose };
 
 /// A message that comes at least `gap` after the last frame goes at once; one that comes sooner waits for company until
 /// the gap is over or the frame is full: no delay when idle, few frames under load.
@@ -50,7 +55,7 @@ struct FlushPolicy {
 class StreamWriter : public Flushable, public std::enable_shared_from_this<StreamWriter> {
 public:
     StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id, const std::string& partition,
-                 FlushPolicy policy, Flusher& flusher, std::shared_ptr<Counters> counters);
+                 WhenFull when_full, FlushPolicy policy, Flusher& flusher, std::shared_ptr<Counters> counters);
 
     /// From now until its end the source's tail is announced.
     void open(const std::shared_ptr<LocalSource>& source);

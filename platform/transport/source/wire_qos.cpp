@@ -29,6 +29,13 @@ DdsQos frames_qos(const std::string& partition)
     return qos;
 }
 
+DdsQos latest_frames_qos(const std::string& partition, std::int32_t frames)
+{
+    DdsQos qos = frames_qos(partition);
+    dds_qset_history(qos.get(), DDS_HISTORY_KEEP_LAST, frames);
+    return qos;
+}
+
 DdsQos catalogue_qos()
 {
     DdsQos qos = reliable_qos();

@@ -4,6 +4,7 @@
 ///     peer <domain tag> <lease in ms>
 ///     source <topic> | send <topic> <count> | close <topic> | delete
 ///     receive <topic> | hears <topic> <count> | loses <topic> <count>    wait for so many data, losses
+///     accounts <topic> <count>   wait for the end; every number up to that count was delivered or lost, in order
 ///     respond <topic>            answer each request with its own bytes
 ///     request <topic> <count>    each with its number, from 0
 ///     answers <topic> <count>    wait for so many answers altogether
@@ -47,6 +48,8 @@ public:
             test::check(heard_[topic].wait_for(LBM_MSG_DATA, count) ? LBM_OK : LBM_FAILURE);
         } else if (verb == "loses") {
             loses(topic, count);
+        } else if (verb == "accounts") {
+            accounts(topic, count);
         } else if (verb == "respond") {
             respond(topic);
         } else if (verb == "request") {
@@ -77,6 +80,29 @@ private:
             return heard.count(LBM_MSG_UNRECOVERABLE_LOSS) + heard.count(LBM_MSG_UNRECOVERABLE_LOSS_BURST) >= count;
         };
         test::check(heard.wait(enough) ? LBM_OK : LBM_FAILURE);
+    }
+
+    void accounts(const std::string& topic, std::size_t count)
+    {
+        const test::Recorder& heard = heard_[topic];
+        test::check(heard.wait_for(LBM_MSG_EOS) ? LBM_OK : LBM_FAILURE);
+        std::uint32_t next = 0;
+        bool lost = false;
+        for (const test::Seen& seen : heard.seen()) {
+            if (seen.type == LBM_MSG_BOS) {
+                next = seen.sequence;
+                continue;
+            }
+            if (seen.sequence != next && !lost) {
+                throw std::runtime_error("number " + std::to_string(seen.sequence) + " where " + std::to_string(next) +
+                                         " was due");
+            }
+            lost = seen.type == LBM_MSG_UNRECOVERABLE_LOSS || seen.type == LBM_MSG_UNRECOVERABLE_LOSS_BURST;
+            next = seen.type == LBM_MSG_DATA ? seen.sequence + 1 : seen.sequence;
+        }
+        if (next != count) {
+            throw std::runtime_error("the account ends at " + std::to_string(next));
+        }
     }
 
     void respond(const std::string& topic)

@@ -35,12 +35,24 @@ ContextHandle make_context(const OptionList& options)
     return ContextHandle{ctx};
 }
 
+lbm_topic_t* source_topic(const ContextHandle& ctx, const std::string& topic, const OptionList& options)
+{
+    lbm_src_topic_attr_t* attributes = nullptr;
+    check(lbm_src_topic_attr_create(&attributes));
+    const std::unique_ptr<lbm_src_topic_attr_t, decltype(&lbm_src_topic_attr_delete)> owned{attributes,
+                                                                                            &lbm_src_topic_attr_delete};
+    for (const auto& [name, value] : options) {
+        check(lbm_src_topic_attr_str_setopt(attributes, name, value.c_str()));
+    }
+    lbm_topic_t* resolved = nullptr;
+    check(lbm_src_topic_alloc(&resolved, ctx.get(), topic.c_str(), attributes));
+    return resolved;
+}
+
 SourceHandle make_source(const ContextHandle& ctx, const std::string& topic)
 {
-    lbm_topic_t* resolved = nullptr;
-    check(lbm_src_topic_alloc(&resolved, ctx.get(), topic.c_str(), nullptr));
     lbm_src_t* source = nullptr;
-    check(lbm_src_create(&source, ctx.get(), resolved, nullptr, nullptr, nullptr));
+    check(lbm_src_create(&source, ctx.get(), source_topic(ctx, topic), nullptr, nullptr, nullptr));
     return SourceHandle{source};
 }
 

@@ -36,6 +36,8 @@ struct SourceDelete {
     void operator()(lbm_src_t* src) const { lbm_src_delete(src); }
 };
 using SourceHandle = std::unique_ptr<lbm_src_t, SourceDelete>;
+/// A topic to make a source from.
+lbm_topic_t* source_topic(const ContextHandle& ctx, const std::string& topic, const OptionList& options = {});
 SourceHandle make_source(const ContextHandle& ctx, const std::string& topic);
 void send(const SourceHandle& source, const std::string& payload, int flags = 0);
 

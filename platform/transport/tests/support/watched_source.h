@@ -11,12 +11,11 @@ namespace test {
 
 class WatchedSource {
 public:
-    WatchedSource(const ContextHandle& ctx, const char* name, lbm_event_queue_t* evq = nullptr)
+    WatchedSource(const ContextHandle& ctx, const char* name, lbm_event_queue_t* evq = nullptr,
+                  const OptionList& options = {})
     {
-        lbm_topic_t* topic = nullptr;
-        check(lbm_src_topic_alloc(&topic, ctx.get(), name, nullptr));
         lbm_src_t* raw = nullptr;
-        check(lbm_src_create(&raw, ctx.get(), topic, &WatchedSource::callback, this, evq));
+        check(lbm_src_create(&raw, ctx.get(), source_topic(ctx, name, options), &WatchedSource::callback, this, evq));
         source.reset(raw);
     }
 

@@ -1,0 +1,82 @@
+/// Sources that go on while a receiver does not keep up.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+
+#include "support/child_process.h"
+#include "support/context_fixture.h"
+#include "support/watched_source.h"
+
+namespace {
+
+constexpr int lease_ms = 60'000;   // nobody is to be given up
+constexpr std::size_t count = 500; // a multiple of what a window takes
+
+/// Sends to a process that hears and then stands still.
+class StoppedListener : public testing::Test {
+protected:
+    void connect(test::WatchedSource& source, const std::string& topic) const
+    {
+        peer->tell("receive " + topic);
+        ASSERT_TRUE(source.wait_for({LBM_SRC_EVENT_CONNECT}));
+        test::send(source.source, payload);
+        peer->tell("hears " + topic + " 1");
+        peer->stop();
+    }
+    /// How many of `count` messages are accepted before one is not.
+    std::size_t send_all(const test::WatchedSource& source) const
+    {
+        std::size_t sent = 0;
+        while (sent < count &&
+               lbm_src_send(source.source.get(), payload.data(), payload.size(), LBM_SRC_NONBLOCK) == LBM_OK) {
+            ++sent;
+        }
+        return sent;
+    }
+
+    const std::string payload = std::string(60'000, 'x');
+    std::unique_ptr<test::ChildProcess> peer = test::start_peer(lease_ms);
+    test::ContextHandle ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}});
+};
+
+TEST_F(StoppedListener, GivenASourceThatLoses_WhenTheWindowIsFull_ThenItGoesOnAndTheAccountHolds)
+{
+    auto source =
+        std::make_unique<test::WatchedSource>(ctx, "FULL.A", nullptr, test::OptionList{{"when_full", "lose"}});
+    connect(*source, "FULL.A");
+    EXPECT_EQ(send_all(*source), count);
+    peer->signal(SIGCONT);
+    source.reset();
+    peer->tell("accounts FULL.A " + std::to_string(count + 1));
+    peer->tell("loses FULL.A 1");
+}
+
+TEST_F(StoppedListener, GivenASourceThatLosesSmallMessages_WhenTheListenerGoesOn_ThenTheAccountHolds)
+{
+    auto source =
+        std::make_unique<test::WatchedSource>(ctx, "FULL.S", nullptr, test::OptionList{{"when_full", "lose"}});
+    connect(*source, "FULL.S");
+    for (std::size_t i = 0; i < 2'000; ++i) { // each in a frame of its own, more than are kept
+        test::check(lbm_src_send(source->source.get(), payload.data(), 4'000, LBM_MSG_FLUSH | LBM_SRC_NONBLOCK));
+    }
+    peer->signal(SIGCONT);
+    source.reset();
+    peer->tell("accounts FULL.S 2001");
+    peer->tell("loses FULL.S 1");
+}
+
+TEST_F(StoppedListener, GivenASourceThatWaits_WhenTheWindowIsFull_ThenItIsRefusedAndNothingIsLost)
+{
+    auto source = std::make_unique<test::WatchedSource>(ctx, "FULL.B");
+    connect(*source, "FULL.B");
+    const std::size_t sent = send_all(*source);
+    EXPECT_LT(sent, count);
+    EXPECT_EQ(lbm_errnum(), LBM_EWOULDBLOCK);
+    peer->signal(SIGCONT);
+    source.reset();
+    peer->tell("accounts FULL.B " + std::to_string(sent + 1));
+    peer->tell("hears FULL.B " + std::to_string(sent + 1));
+}
+
+} // namespace
