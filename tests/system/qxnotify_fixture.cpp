@@ -93,7 +93,7 @@ std::vector<json> QxNotify::records_of(const Process& listener)
     std::vector<json> records;
     for (const std::string& line : listener.output_lines()) {
         json object = json::parse(line);
-        if (!object.contains("summary")) {
+        if (!object.contains("summary") && !object.contains("stats")) {
             records.push_back(std::move(object));
         }
     }

@@ -32,7 +32,7 @@ protected:
     std::string write_file(const std::string& name, const std::string& content) const;
     const Environment& environment() const { return m_environment; }
 
-    /// The records of a listener that writes JSON, without its summary.
+    /// The records of a listener that writes JSON, without its summary and counters.
     static std::vector<json> records_of(const Process& listener);
     static json summary_of(const Process& listener);
 

@@ -11,6 +11,7 @@
 #include "qxnotify/listen_observer.h"
 #include "qxnotify/notification_names.h"
 #include "qxnotify/signals.h"
+#include "qxnotify/transport_stats.h"
 
 namespace qx::tool {
 
@@ -58,16 +59,55 @@ lbm::ContextAttributes responder_attributes()
     return attributes;
 }
 
-/// Until the observer is satisfied, a signal comes or the time is up. The listener is gone when this returns.
+double seconds_since(Clock::time_point begin)
+{
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+void tell_stats(const ListenOptions& options, PrintingObserver& observer, Clock::time_point begin)
+{
+    const Statistics stats = transport_stats();
+    if (options.format == RecordFormat::json) {
+        observer.print(stats_json(stats, seconds_since(begin)));
+    } else {
+        write_all(STDERR_FILENO, stats_line(stats, seconds_since(begin)));
+    }
+}
+
+/// Until the observer is satisfied, a signal comes or the time is up; tells the counters in between.
+Woken wait_telling(const ListenOptions& options, PrintingObserver& observer, int satisfied, StopSignals& stop,
+                   Clock::time_point begin)
+{
+    const Deadline end = deadline_in(options.timeout_seconds);
+    while (options.stats_interval_seconds) {
+        const auto next = time_after(Clock::now(), *options.stats_interval_seconds);
+        if (end && *end <= next) {
+            break;
+        }
+        if (const Woken woken = wait_for(satisfied, stop, next); woken != Woken::timed_out) {
+            return woken;
+        }
+        tell_stats(options, observer, begin);
+    }
+    return wait_for(satisfied, stop, end);
+}
+
+/// The totals are final and the listener is gone when this returns; the counters were read in between.
 Woken listen_until_done(const ListenOptions& options, PrintingObserver& observer, Waker& satisfied, StopSignals& stop)
 {
+    const auto begin = Clock::now();
     ps_ns::QXNotifyListener listener(&observer);
     const lbm::Context responder(responder_attributes()); // gone first: who answers listens
     for (const std::uint64_t market : options.markets) {
         listener.SubscribeForMarket(market);
     }
     write_all(STDERR_FILENO, "qxnotify listen: listening for market " + market_list(options.markets) + "\n");
-    return wait_for(satisfied.fd(), stop, deadline_in(options.timeout_seconds));
+    const Woken woken = wait_telling(options, observer, satisfied.fd(), stop, begin);
+    observer.finish();
+    if (options.wants_stats()) {
+        tell_stats(options, observer, begin);
+    }
+    return woken;
 }
 
 void write_totals(const ListenOptions& options, int records, const ListenTotals& totals, double seconds,
@@ -95,10 +135,10 @@ ExitCode run_listen(const ListenOptions& options)
         [&] { satisfied.wake(); });
     const auto begin = Clock::now();
     const Woken woken = listen_until_done(options, observer, satisfied, stop);
-    const std::chrono::duration<double> elapsed = Clock::now() - begin;
+    const double elapsed = seconds_since(begin);
 
     const Ending ending = ending_of(observer.satisfied(), woken, stop, options.count.has_value());
-    write_totals(options, records.fd(), observer.finish(), elapsed.count(), ending.by);
+    write_totals(options, records.fd(), observer.finish(), elapsed, ending.by);
     return ending.code;
 }
 

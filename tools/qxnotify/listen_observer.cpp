@@ -38,13 +38,41 @@ void PrintingObserver::take(int event_type, const google::protobuf::Message& rec
     }
     ++(m_totals.*counter);
     try {
-        m_satisfied = count_and_print(event_type, record);
+        satisfy(count_and_print(event_type, record));
     } catch (const std::exception&) {
-        m_satisfied = Satisfied::output_failed;
+        satisfy(Satisfied::output_failed);
     }
-    if (m_satisfied != Satisfied::no) {
+}
+
+void PrintingObserver::print(std::string_view text) noexcept
+{
+    const std::lock_guard guard(m_lock);
+    if (m_satisfied != Satisfied::no && m_satisfied != Satisfied::count) {
+        return;
+    }
+    try {
+        satisfy(write(text));
+    } catch (const std::exception&) {
+        satisfy(Satisfied::output_failed);
+    }
+}
+
+/// Once: what came first is the reason.
+void PrintingObserver::satisfy(Satisfied how)
+{
+    if (how != Satisfied::no && m_satisfied == Satisfied::no) {
+        m_satisfied = how;
         m_whenSatisfied();
     }
+}
+
+Satisfied PrintingObserver::write(std::string_view text)
+{
+    const Written written = m_write(text);
+    if (written == Written::yes) {
+        return Satisfied::no;
+    }
+    return written == Written::closed ? Satisfied::output_closed : Satisfied::output_failed;
 }
 
 Satisfied PrintingObserver::count_and_print(int event_type, const google::protobuf::Message& record)
@@ -54,9 +82,9 @@ Satisfied PrintingObserver::count_and_print(int event_type, const google::protob
         return Satisfied::no;
     }
     const Delivery delivery = describe_delivery(lbm::CurrentMessage(), std::chrono::system_clock::now());
-    const Written written = m_write(format_record({delivery, event_type, record}, m_options.format, m_colour));
-    if (written != Written::yes) {
-        return written == Written::closed ? Satisfied::output_closed : Satisfied::output_failed;
+    const Satisfied refused = write(format_record({delivery, event_type, record}, m_options.format, m_colour));
+    if (refused != Satisfied::no) {
+        return refused;
     }
     ++m_totals.printed;
     return m_totals.printed == m_options.count ? Satisfied::count : Satisfied::no;

@@ -32,12 +32,17 @@ public:
     void OnInstrumentDownloadRecord(messaging::pds::enums::PdsNotifyEventType event_type,
                                     messaging::pds::InstrumentDownloadRecord& record) override;
 
+    /// Something else than a record, between the records. An output that refuses it ends the listening as well.
+    void print(std::string_view text) noexcept;
+
     Satisfied satisfied() const;
     /// Records that come afterwards are neither counted nor printed: the totals are final.
     ListenTotals finish();
 
 private:
     void take(int event_type, const google::protobuf::Message& record, std::uint64_t ListenTotals::*counter) noexcept;
+    void satisfy(Satisfied how);
+    Satisfied write(std::string_view text);
     Satisfied count_and_print(int event_type, const google::protobuf::Message& record);
 
     const ListenOptions& m_options;

@@ -32,6 +32,10 @@ struct ListenOptions {
     ListenFilter filter;
     std::optional<std::uint64_t> count;    ///< printed records after which it ends, at least 1
     std::optional<double> timeout_seconds; ///< in all
+    bool stats = false;                    ///< the transport's counters at the end
+    std::optional<double> stats_interval_seconds;
+
+    bool wants_stats() const { return stats || stats_interval_seconds; }
 };
 
 } // namespace qx::tool

@@ -1,30 +1,18 @@
 #include "qxnotify/listen_totals.h"
 
-#include <cmath>
-
 #include <nlohmann/json.hpp>
 
 #include "qxnotify/notification_names.h"
+#include "qxnotify/seconds.h"
 
 namespace qx::tool {
 
-namespace {
-
-double milliseconds_exact(double seconds)
-{
-    return std::round(seconds * 1'000) / 1'000;
-}
-
-} // namespace
-
 std::string totals_line(const ListenTotals& totals, double seconds, const std::string& ended_by)
 {
-    const auto tenths = static_cast<long>(std::lround(seconds * 10));
     return "qxnotify listen: received " + std::to_string(totals.received()) + " (" +
            std::to_string(totals.instruments) + " instruments, " + std::to_string(totals.products) +
            " products), printed " + std::to_string(totals.printed) + ", filtered out " +
-           std::to_string(totals.filtered) + "; " + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) +
-           " s, ended by " + ended_by + "\n";
+           std::to_string(totals.filtered) + "; " + tenths(seconds) + " s, ended by " + ended_by + "\n";
 }
 
 std::string totals_json(const ListenTotals& totals, double seconds, const std::string& ended_by)

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "qxnotify/listen_options.h"
+#include "qxnotify/transport_stats.h"
 #include "qxnotify/verbs.h"
 
 namespace qx::tool {
@@ -13,11 +14,21 @@ constexpr const char* examples = R"(Examples:
   qxnotify listen 42 7 --event-type Create         two markets, new records only
   qxnotify listen 42 --format json | jq .data      whole records, one object a line
   qxnotify listen 42 --count 10 --timeout 30       exit code 4 unless ten records come within 30 s
+  qxnotify listen 42 --stats-interval 5            and every 5 s what the transport has received and lost
 
 Records go to standard output; log lines, and the totals at the end, to standard error. With --format json the
 totals are the last line of standard output: {"summary":{...}}. Deleted and unsupported records are in the log only
 (QX_LOG_LEVEL=QXLOG_DEBUG shows all). A message that a listener must not survive ends the program with exit code 134;
 its last line says which message it was.)";
+
+void add_stats_options(CLI::App& verb, ListenOptions& options)
+{
+    verb.add_flag("--stats", options.stats, "At the end, tell what the transport has counted");
+    verb.add_option("--stats-interval", options.stats_interval_seconds, "The same every S seconds, too; 0.1 or more")
+        ->check(CLI::Range(0.1, 1e9))
+        ->check(finite_check())
+        ->option_text("S");
+}
 
 } // namespace
 
@@ -55,6 +66,9 @@ CLI::App& add_listen_verb(CLI::App& app, ListenOptions& options)
         ->check(CLI::IsMember({"ProductDownloadRecord", "InstrumentDownloadRecord"}))
         ->delimiter(',')
         ->option_text("NAME,...");
+    if (has_transport_stats()) {
+        add_stats_options(verb, options);
+    }
     return verb;
 }
 

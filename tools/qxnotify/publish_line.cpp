@@ -72,7 +72,7 @@ ParsedLine parse_line(std::string_view line, std::optional<std::uint64_t> defaul
         if (!object.is_object()) {
             return Refusal{"not a JSON object"};
         }
-        if (object.size() == 1 && object.contains("summary")) {
+        if (object.size() == 1 && (object.contains("summary") || object.contains("stats"))) {
             return Skipped{};
         }
         const auto market = market_of(object, default_market);

@@ -1,9 +1,10 @@
 #include "qxnotify/publish_totals.h"
 
-#include <cmath>
 #include <numeric>
 
 #include <nlohmann/json.hpp>
+
+#include "qxnotify/seconds.h"
 
 namespace qx::tool {
 
@@ -21,10 +22,9 @@ std::string totals_line(const PublishTotals& totals, double seconds, const std::
                      std::string{fate_name(static_cast<Fate>(i))};
         }
     }
-    const auto tenths = static_cast<long>(std::lround(seconds * 10));
     return "qxnotify publish: sent " + std::to_string(totals.sent_total()) + kinds + (kinds.empty() ? "" : ")") +
            ", refused " + std::to_string(totals.refused) + ", " + std::to_string(totals.bytes) + " payload bytes; " +
-           std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s, ended by " + ended_by + "\n";
+           tenths(seconds) + " s, ended by " + ended_by + "\n";
 }
 
 std::string totals_json(const PublishTotals& totals, double seconds, const std::string& ended_by)
@@ -39,7 +39,7 @@ std::string totals_json(const PublishTotals& totals, double seconds, const std::
     summary["sent_by_kind"] = std::move(by_kind);
     summary["refused"] = totals.refused;
     summary["bytes"] = totals.bytes;
-    summary["seconds"] = std::round(seconds * 1'000) / 1'000;
+    summary["seconds"] = milliseconds_exact(seconds);
     summary["ended_by"] = ended_by;
     return summary.dump() + "\n";
 }

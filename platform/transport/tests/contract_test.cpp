@@ -102,6 +102,33 @@ TEST(Contract, GivenAQueueThatWasUnblocked_WhenDispatchedWithoutLimit_ThenItRetu
     EXPECT_EQ(lbm_event_dispatch(queue.get(), LBM_EVENT_QUEUE_POLL), 0);
 }
 
+TEST(Contract, GivenNothingCounted_WhenStatisticsAreAsked_ThenTheyAreFilledIn)
+{
+    const auto ctx = test::make_context();
+    const auto queue = test::make_queue();
+    lbm_context_stats_t of_context{};
+    of_context.messages_sent = 1;
+    lbm_event_queue_stats_t of_queue{};
+    of_queue.messages = 1;
+    EXPECT_EQ(lbm_context_retrieve_stats(ctx.get(), &of_context), LBM_OK);
+    EXPECT_EQ(of_context.messages_sent, 0U);
+    EXPECT_EQ(lbm_event_queue_retrieve_stats(queue.get(), &of_queue), LBM_OK);
+    EXPECT_EQ(of_queue.messages, 0U);
+    EXPECT_EQ(lbm_context_retrieve_stats(nullptr, &of_context), LBM_OK);
+}
+
+TEST(Contract, GivenNowhereToPutStatistics_WhenAsked_ThenEachCallFailsWithEinval)
+{
+    const auto ctx = test::make_context();
+    const auto queue = test::make_queue();
+    lbm_event_queue_stats_t stats{};
+    EXPECT_EQ(lbm_context_retrieve_stats(ctx.get(), nullptr), LBM_FAILURE);
+    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
+    EXPECT_EQ(lbm_event_queue_retrieve_stats(queue.get(), nullptr), LBM_FAILURE);
+    EXPECT_EQ(lbm_event_queue_retrieve_stats(nullptr, &stats), LBM_FAILURE);
+    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
+}
+
 TEST(Contract, GivenACopyOfAttributes_WhenTheOriginalChanges_ThenTheCopyKeepsItsValue)
 {
     lbm_context_attr_t* original = nullptr;

@@ -134,17 +134,4 @@ TEST(Stats, GivenAnEventQueueThatNobodyDispatches_WhenItIsFull_ThenItCountsWhatI
     EXPECT_EQ(stats_of(ctx.get()).messages_lost, 0U) << "they are the queue's, not the context's";
 }
 
-TEST(Stats, GivenNothingToFill_WhenAsked_ThenRefused)
-{
-    const auto ctx = test::make_context();
-    const auto queue = test::make_queue();
-    lbm_event_queue_stats_t stats{};
-    EXPECT_EQ(lbm_context_retrieve_stats(ctx.get(), nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_EQ(lbm_event_queue_retrieve_stats(queue.get(), nullptr), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-    EXPECT_EQ(lbm_event_queue_retrieve_stats(nullptr, &stats), LBM_FAILURE);
-    EXPECT_EQ(lbm_errnum(), LBM_EINVAL);
-}
-
 } // namespace

@@ -23,6 +23,8 @@ void start_afresh()
     state().standing.clear();
     state().hooks.clear();
     state().contextOptions.clear();
+    state().contextStats = {};
+    state().eventQueueStats = {};
 }
 
 /// The living receivers of this double for that topic or pattern, in order of their making. Call with the lock held.
@@ -185,6 +187,18 @@ void LbmDouble::set_context_option(const std::string& option, const std::string&
 {
     const std::scoped_lock guard(state().lock);
     state().contextOptions[option] = value;
+}
+
+void LbmDouble::set_context_stats(const lbm_context_stats_t& stats)
+{
+    const std::scoped_lock guard(state().lock);
+    state().contextStats = stats;
+}
+
+void LbmDouble::set_event_queue_stats(const lbm_event_queue_stats_t& stats)
+{
+    const std::scoped_lock guard(state().lock);
+    state().eventQueueStats = stats;
 }
 
 lbm_msg_t* LbmDouble::make_message(const MessageSpec& spec)

@@ -77,6 +77,9 @@ public:
     void set_error(int errnum, const std::string& errmsg);
     /// The value of an option of contexts made from now on, whatever their attributes say.
     void set_context_option(const std::string& option, const std::string& value);
+    /// What every context, and every event queue, counts from now on; all 0 before.
+    void set_context_stats(const lbm_context_stats_t& stats);
+    void set_event_queue_stats(const lbm_event_queue_stats_t& stats);
 
     // ---- Messages ----
     /// A message with one reference, the transport's own. The double keeps the memory, whatever happens to references.

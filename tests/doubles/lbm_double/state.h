@@ -87,6 +87,8 @@ struct State {
     std::map<std::string, Script> standing;
     std::map<std::string, std::function<void()>> hooks;
     std::map<std::string, std::string> contextOptions;
+    lbm_context_stats_t contextStats{};
+    lbm_event_queue_stats_t eventQueueStats{};
 };
 
 State& state();

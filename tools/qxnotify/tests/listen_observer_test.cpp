@@ -135,6 +135,40 @@ TEST(PrintingObserver, GivenFinished_WhenRecordsCome_ThenTheTotalsStay)
     EXPECT_THAT(o.written, SizeIs(1));
 }
 
+TEST(PrintingObserver, GivenOtherText_WhenPrinted_ThenItIsWrittenAndNotCounted)
+{
+    Observed o;
+    o.product();
+    o.observer.print("text");
+    EXPECT_THAT(o.written, SizeIs(2));
+    EXPECT_EQ(o.written.back(), "text");
+    EXPECT_EQ(o.observer.finish().printed, 1U);
+    o.observer.print("after the totals");
+    EXPECT_THAT(o.written, SizeIs(3));
+}
+
+TEST(PrintingObserver, GivenOutputThatNobodyReads_WhenOtherTextIsPrinted_ThenItIsSatisfiedAndWritesNoMore)
+{
+    Observed o;
+    o.result = Written::closed;
+    o.observer.print("text");
+    o.observer.print("text");
+    EXPECT_EQ(o.observer.satisfied(), Satisfied::output_closed);
+    EXPECT_EQ(o.satisfied_calls, 1);
+    EXPECT_THAT(o.written, SizeIs(1));
+}
+
+TEST(PrintingObserver, GivenCountReached_WhenOtherTextFindsTheOutputClosed_ThenTheCountRemainsTheReason)
+{
+    Observed o;
+    o.options.count = 1;
+    o.product();
+    o.result = Written::closed;
+    o.observer.print("text");
+    EXPECT_EQ(o.observer.satisfied(), Satisfied::count);
+    EXPECT_EQ(o.satisfied_calls, 1);
+}
+
 TEST(LastWords, GivenMessage_WhenSaid_ThenOneLineNamesItAndTheReason)
 {
     const std::string payload = "{\"et\":\n\"x\"}";

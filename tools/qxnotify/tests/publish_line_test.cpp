@@ -94,9 +94,10 @@ TEST(PublishLine, GivenBlankLine_WhenParsed_ThenSkipped)
     EXPECT_TRUE(is_skipped(parse_line(" \t\r", {})));
 }
 
-TEST(PublishLine, GivenSummaryOfAListener_WhenParsed_ThenSkipped)
+TEST(PublishLine, GivenWhatAListenerSaysBesideRecords_WhenParsed_ThenSkipped)
 {
     EXPECT_TRUE(is_skipped(parse_line(R"({"summary":{"received":1}})", {})));
+    EXPECT_TRUE(is_skipped(parse_line(R"({"stats":{"messages_received":1}})", {})));
 }
 
 TEST(PublishLine, GivenOtherJson_WhenParsed_ThenRefused)

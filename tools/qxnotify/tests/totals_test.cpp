@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "qxnotify/listen_stats.h"
 #include "qxnotify/listen_totals.h"
 #include "qxnotify/publish_totals.h"
 
@@ -19,6 +20,21 @@ TEST(ListenTotals, GivenCounts_WhenWrittenForPrograms_ThenOneObjectUnderSummary)
     EXPECT_EQ(totals_json(ListenTotals{4, 8, 10, 2}, 3.1416, "count"),
               R"({"summary":{"received":12,"received_by_data_type":{"ProductDownloadRecord":4,)"
               R"("InstrumentDownloadRecord":8},"printed":10,"filtered":2,"seconds":3.142,"ended_by":"count"}})"
+              "\n");
+}
+
+const Statistics some_stats{{"messages_received", 12}, {"messages_lost", 0}, {"copies_dropped", 0}, {"sources", 2}};
+
+TEST(ListenStats, GivenCounters_WhenWrittenForPeople_ThenThoseThatCountedAndTheLossInAnyCase)
+{
+    EXPECT_EQ(stats_line(some_stats, 3.14),
+              "qxnotify listen: transport after 3.1 s: messages_received 12, messages_lost 0, sources 2\n");
+}
+
+TEST(ListenStats, GivenCounters_WhenWrittenForPrograms_ThenAllUnderStats)
+{
+    EXPECT_EQ(stats_json(some_stats, 3.1416),
+              R"({"stats":{"seconds":3.142,"messages_received":12,"messages_lost":0,"copies_dropped":0,"sources":2}})"
               "\n");
 }
 
