@@ -1,14 +1,12 @@
 #include "interest.h"
 
-#include <algorithm>
-#include <iterator>
+#include <vector>
 
 namespace qx::transport {
 
 void Interest::begin(const SourcePtr& source)
 {
-    std::copy_if(receivers_.begin(), receivers_.end(), std::back_inserter(source->wanted_by),
-                 [&](const auto& receiver) { return receiver->matches(source->topic); });
+    source->wanted_by = receivers_.matching(source->topic);
     sources_.insert(source);
 }
 
@@ -18,24 +16,32 @@ void Interest::end(const SourcePtr& source)
     sources_.erase(source);
 }
 
+template <class Visit>
+void Interest::for_each_beginning(const std::string& text, Visit visit) const
+{
+    for (auto at = sources_.lower_bound(text); at != sources_.end() && (*at)->topic.starts_with(text); ++at) {
+        visit(*at);
+    }
+}
+
 std::vector<SourcePtr> Interest::add(const std::shared_ptr<Receiver>& receiver)
 {
-    receivers_.push_back(receiver);
+    receivers_.add(receiver);
     std::vector<SourcePtr> wanted;
-    std::copy_if(sources_.begin(), sources_.end(), std::back_inserter(wanted),
-                 [&](const SourcePtr& source) { return receiver->matches(source->topic); });
-    for (const SourcePtr& source : wanted) {
-        source->wanted_by.push_back(receiver);
-    }
+    for_each_beginning(receiver->beginning(), [&](const SourcePtr& source) {
+        if (receiver->matches(source->topic)) {
+            source->wanted_by.push_back(receiver);
+            wanted.push_back(source);
+        }
+    });
     return wanted;
 }
 
 void Interest::remove(const std::shared_ptr<Receiver>& receiver)
 {
-    std::erase(receivers_, receiver);
-    for (const SourcePtr& source : sources_) {
-        std::erase(source->wanted_by, receiver);
-    }
+    receivers_.remove(receiver);
+    for_each_beginning(receiver->beginning(),
+                       [&](const SourcePtr& source) { std::erase(source->wanted_by, receiver); });
 }
 
 } // namespace qx::transport

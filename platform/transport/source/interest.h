@@ -1,16 +1,20 @@
 /// Who wants which source.
 #pragma once
 
+#include <functional>
 #include <memory>
-#include <unordered_set>
+#include <set>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "message.h"
 #include "receiver.h"
+#include "receiver_index.h"
 
 namespace qx::transport {
 
-/// Patterns are matched here, once per source and receiver; a source's `wanted_by` is the result.
+/// A pattern is matched here at most once per source; a source's `wanted_by` is the result.
 /// Threads   not synchronised; `wanted_by` changes in these calls only.
 class Interest {
 public:
@@ -22,8 +26,23 @@ public:
     void remove(const std::shared_ptr<Receiver>& receiver);
 
 private:
-    std::vector<std::shared_ptr<Receiver>> receivers_;
-    std::unordered_set<SourcePtr> sources_;
+    struct ByTopic {
+        using is_transparent = void;
+        bool operator()(const SourcePtr& a, const SourcePtr& b) const noexcept
+        {
+            const int order = a->topic.compare(b->topic);
+            return order != 0 ? order < 0 : std::less<>{}(a.get(), b.get());
+        }
+        bool operator()(const SourcePtr& a, std::string_view text) const noexcept { return a->topic < text; }
+        bool operator()(std::string_view text, const SourcePtr& a) const noexcept { return text < a->topic; }
+    };
+
+    /// Calls `visit` with each source whose topic begins so.
+    template <class Visit>
+    void for_each_beginning(const std::string& text, Visit visit) const;
+
+    ReceiverIndex receivers_;
+    std::set<SourcePtr, ByTopic> sources_;
 };
 
 } // namespace qx::transport

@@ -13,6 +13,7 @@ Receiver::Receiver(std::string topic, Callback callback, std::shared_ptr<EventQu
                    std::chrono::milliseconds absence_told_after)
     : absence(absence_told_after)
     , topic_(std::move(topic))
+    , beginning_(topic_)
     , partition_(partition_of_topic(topic_))
     , callback_(callback)
     , queue_(std::move(queue))
@@ -24,7 +25,8 @@ Receiver::Receiver(std::unique_ptr<TopicPattern> pattern, Callback callback, std
     : absence(absence_told_after)
     , topic_(pattern->text())
     , pattern_(std::move(pattern))
-    , partition_(partition_of_prefix(pattern_->literal_prefix()))
+    , beginning_(pattern_->literal_prefix())
+    , partition_(partition_of_prefix(beginning_))
     , callback_(callback)
     , queue_(std::move(queue))
 {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 #include <lbm/lbm.h>
 
@@ -35,6 +36,9 @@ public:
 
     bool matches(std::string_view topic) const;
 
+    /// What every topic begins with that it matches: of a pattern what is literal, else the whole topic.
+    const std::string& beginning() const noexcept { return beginning_; }
+
     /// The partition that holds every stream it can hear, see partition.h.
     const std::string& partition() const noexcept { return partition_; }
 
@@ -52,13 +56,15 @@ public:
 
     const std::chrono::milliseconds absence;
 
-    /// The routing's own, see router.h: how many sources it hears, and when the lack of any is to be told.
-    std::size_t sources = 0;
+    /// The routing's own, see router.h: the sources it hears, none of which has ended, and when the lack of any is to
+    /// be told.
+    std::unordered_set<RemoteSource*> sources;
     std::optional<std::chrono::steady_clock::time_point> absent_at;
 
 private:
     std::string topic_; ///< as the application named it: a topic, or a pattern's text
     std::unique_ptr<TopicPattern> pattern_;
+    std::string beginning_;
     std::string partition_;
     Callback callback_;
     std::shared_ptr<EventQueue> queue_;

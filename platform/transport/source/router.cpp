@@ -41,8 +41,7 @@ void Router::join(Delivery& delivery)
 {
     Receiver& receiver = *delivery.receiver;
     delivery.source->targets.push_back(delivery.receiver);
-    sources_.insert(delivery.source);
-    ++receiver.sources;
+    receiver.sources.insert(delivery.source.get());
     receiver.absent_at.reset();
     receiver.deliver(Delivery::What::begin, delivery.source, *delivery.message);
 }
@@ -51,16 +50,15 @@ void Router::end(Delivery& delivery, TimePoint now)
 {
     pass(delivery);
     for (const auto& receiver : delivery.source->targets) {
-        --receiver->sources;
+        receiver->sources.erase(delivery.source.get());
         await_source(*receiver, now);
     }
     delivery.source->targets.clear();
-    sources_.erase(delivery.source);
 }
 
 void Router::await_source(Receiver& receiver, TimePoint now)
 {
-    if (receiver.sources > 0 || receiver.absence.count() == 0) {
+    if (!receiver.sources.empty() || receiver.absence.count() == 0) {
         return;
     }
     receiver.absent_at = now + receiver.absence;
@@ -103,9 +101,10 @@ void Router::attach(const std::shared_ptr<Receiver>& receiver, TimePoint now)
 void Router::detach(const std::shared_ptr<Receiver>& receiver)
 {
     std::erase(receivers_, receiver);
-    for (const SourcePtr& source : sources_) {
+    for (RemoteSource* const source : receiver->sources) {
         std::erase(source->targets, receiver);
     }
+    receiver->sources.clear();
 }
 
 } // namespace qx::transport

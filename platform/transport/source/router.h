@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <unordered_set>
 #include <vector>
 
 #include "delivery_queue.h"
@@ -35,8 +34,7 @@ private:
     void await_source(Receiver& receiver, TimePoint now);
 
     std::vector<std::shared_ptr<Receiver>> receivers_;
-    std::unordered_set<SourcePtr> sources_; ///< those that were joined and have not ended
-    std::optional<TimePoint> next_due_;     ///< not later than the first absence to be told
+    std::optional<TimePoint> next_due_; ///< not later than the first absence to be told
 };
 
 } // namespace qx::transport

@@ -85,6 +85,7 @@ TopicPattern::~TopicPattern() = default;
 
 bool TopicPattern::matches(std::string_view topic) const
 {
+    attempts_.fetch_add(1, std::memory_order_relaxed);
     const std::unique_ptr<pcre2_match_data, FreeMatchData> found(pcre2_match_data_create(1, nullptr));
     if (!found) {
         throw std::bad_alloc();

@@ -39,6 +39,9 @@ public:
 
     const std::string& text() const noexcept { return text_; }
 
+    /// How many topics it was tried on.
+    std::uint64_t attempts() const noexcept { return attempts_.load(std::memory_order_relaxed); }
+
     /// How many matches were given up because of a limit or an error of the matcher.
     std::uint64_t abandoned() const noexcept { return abandoned_.load(std::memory_order_relaxed); }
 
@@ -51,6 +54,7 @@ private:
     std::string text_;
     std::unique_ptr<pcre2_real_code_8, Deleter> code_;
     std::unique_ptr<pcre2_real_match_context_8, Deleter> limits_;
+    mutable std::atomic<std::uint64_t> attempts_{0};
     mutable std::atomic<std::uint64_t> abandoned_{0};
 };
 
