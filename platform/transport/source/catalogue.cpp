@@ -79,14 +79,14 @@ std::size_t CatalogueBook::free_slot()
 
 void CatalogueBook::reuse_closed(Clock::time_point now)
 {
-    const auto kept = std::find_if(closed_.begin(), closed_.end(),
-                                   [&](const Closed& c) { return now - c.since < closed_entry_kept; });
-    for (auto i = closed_.begin(); i != kept; ++i) {
-        slots_[i->slot] = Slot{};
-        free_.push_back(i->slot);
-        mark(i->slot);
+    while (!closed_.empty() &&
+           (closed_.size() >= closed_entries_max || now - closed_.front().since >= closed_entry_kept)) {
+        const std::size_t slot = closed_.front().slot;
+        slots_[slot] = Slot{};
+        free_.push_back(slot);
+        mark(slot);
+        closed_.pop_front();
     }
-    closed_.erase(closed_.begin(), kept);
 }
 
 void CatalogueBook::encode(std::uint32_t page, Bytes& out) const

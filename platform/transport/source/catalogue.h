@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <set>
 #include <string>
@@ -29,8 +30,12 @@ using Clock = std::chrono::steady_clock;
 inline constexpr std::uint8_t catalogue_version = 1;
 inline constexpr std::size_t page_entries_max = 100;
 
-/// How long a closed source stays readable in its page, so that a receiver that missed the end learns of it.
+/// How long a closed source stays readable in its page, so that a receiver that missed the end learns of it, and of
+/// what it lost before; the oldest go sooner when there are more, and are then only missing from their page. The number
+/// is as many as a process may well close at once, and bounds what a process costs that makes and closes sources all
+/// the time.
 inline constexpr std::chrono::seconds closed_entry_kept{5};
+inline constexpr std::size_t closed_entries_max = 10'000;
 
 struct CatalogueEntry {
     bool open = true;
@@ -76,7 +81,7 @@ private:
 
     std::vector<Slot> slots_;
     std::vector<std::size_t> free_;
-    std::vector<Closed> closed_; ///< oldest first
+    std::deque<Closed> closed_; ///< oldest first
     std::unordered_map<std::uint32_t, std::size_t> slot_of_;
     std::set<std::uint32_t> dirty_;
 };

@@ -65,10 +65,9 @@ void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& fram
 void SourceTracker::message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now)
 {
     if (m.kind == Kind::close && context.sources.find(m.source) == context.sources.end()) {
-        // Never heard of it: it needs no beginning to have an end, only a mark against older news.
-        Entry& entry = context.sources[m.source];
-        entry.state = State::closed;
-        entry.ended_at = now;
+        // Never heard of it, or of its end already: no beginning is needed to have an end, only a mark against older
+        // news.
+        close(context, m.source, now);
         return;
     }
     Entry* entry = live(context, {stream.context, m.source}, stream.number, m.topic, m.sequence);
@@ -83,7 +82,7 @@ void SourceTracker::message(Context& context, const StreamId& stream, const Wire
         break;
     case Kind::close:
         advance(*entry, m.sequence);
-        end(*entry, State::closed, now);
+        close(context, m.source, now);
         break;
     case Kind::sync:
         advance(*entry, m.sequence);
@@ -96,18 +95,20 @@ SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, 
 {
     auto found = context.sources.find(id.number);
     if (found == context.sources.end()) {
+        if (context.closed.contains(id.number)) {
+            return nullptr;
+        }
         if (context.sources.size() >= sources_per_context_max) {
             ++refused_;
             return nullptr;
         }
         found = context.sources.try_emplace(id.number).first;
-    } else if (found->second.state != State::lost) {
-        return found->second.state == State::open ? &found->second : nullptr;
+    } else if (found->second.open()) {
+        return &found->second;
     }
     Entry& entry = found->second;
     entry.source = std::make_shared<RemoteSource>(id, topic);
     entry.stream = stream;
-    entry.state = State::open;
     entry.ending = false;
     out_.begun(entry.source, entry.next.value_or(next));
     return &entry;
@@ -136,13 +137,22 @@ void SourceTracker::advance(Entry& entry, std::uint32_t sequence)
     }
 }
 
-void SourceTracker::end(Entry& entry, State how, Clock::time_point now)
+void SourceTracker::lose(Entry& entry, Clock::time_point now)
 {
     out_.ended(entry.source, entry.next.value_or(0));
     entry.source.reset();
-    entry.state = how;
     entry.ending = false;
-    entry.ended_at = now;
+    entry.lost_at = now;
+}
+
+void SourceTracker::close(Context& context, std::uint32_t source, Clock::time_point now)
+{
+    if (const auto found = context.sources.find(source); found != context.sources.end()) {
+        out_.ended(found->second.source, found->second.next.value_or(0));
+        context.sources.erase(found);
+    }
+    context.closed.insert(source);
+    context.closed_at = now;
 }
 
 void SourceTracker::stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now)
@@ -154,8 +164,8 @@ void SourceTracker::stream_gone(const StreamId& id, ReaderId reader, Clock::time
     }
     stream.owner.reset(); // the last sequence number stays: other readers may still come with copies
     for (auto& [number, entry] : context.sources) {
-        if (entry.state == State::open && entry.stream == id.number) {
-            end(entry, State::lost, now);
+        if (entry.open() && entry.stream == id.number) {
+            lose(entry, now);
         }
     }
 }
@@ -213,7 +223,7 @@ void SourceTracker::list(const ContextId& id, Context& context, const CatalogueE
         return;
     }
     const auto found = context.sources.find(listed.source);
-    if (found != context.sources.end() && found->second.state == State::open) {
+    if (found != context.sources.end() && found->second.open()) {
         found->second.final_sequence = listed.final_sequence;
         start_ending(id, listed.source, now);
     }
@@ -232,7 +242,7 @@ void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Cloc
 {
     std::unordered_map<std::uint32_t, Entry>& sources = contexts_[id].sources;
     const auto found = sources.find(source);
-    if (found == sources.end() || found->second.state != State::open || found->second.ending) {
+    if (found == sources.end() || !found->second.open() || found->second.ending) {
         return;
     }
     found->second.ending = true;
@@ -267,20 +277,24 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         endings_.push_back({ending.source, quiet_since + end_grace});
         return;
     }
-    const State how = entry.final_sequence ? State::closed : State::lost;
-    if (entry.final_sequence && context.streams[entry.stream].owner) {
+    if (!entry.final_sequence) {
+        lose(entry, now);
+        return;
+    }
+    if (context.streams[entry.stream].owner) {
         advance(entry, *entry.final_sequence);
     }
-    end(entry, how, now);
+    close(context, ending.source.number, now);
 }
 
 void SourceTracker::forget(Clock::time_point now)
 {
     for (auto context = contexts_.begin(); context != contexts_.end();) {
         std::erase_if(context->second.sources, [&](const auto& item) {
-            return item.second.state != State::open && now - item.second.ended_at >= ended_source_kept;
+            return !item.second.open() && now - item.second.lost_at >= ended_source_kept;
         });
-        const bool silent = context->second.sources.empty() && context->second.pages.empty();
+        const bool remembered = !context->second.closed.empty() && now - context->second.closed_at < ended_source_kept;
+        const bool silent = context->second.sources.empty() && context->second.pages.empty() && !remembered;
         context = silent ? contexts_.erase(context) : std::next(context);
     }
 }

@@ -23,16 +23,21 @@
 #include "frame.h"
 #include "ids.h"
 #include "message.h"
+#include "number_runs.h"
 
 namespace qx::transport {
 
 inline constexpr std::chrono::milliseconds end_grace{500};
 
-/// How long an ended source is remembered: against late copies of old news, and for the gap after a sender's return.
+/// How long a source whose sender was lost is remembered, for the gap after the sender's return; and a silent context
+/// with which sources it has closed, against late copies of old news.
 inline constexpr std::chrono::minutes ended_source_kept{5};
 
-/// A peer may not make us remember sources without end.
+/// A peer may not make us remember sources without end. Closed ones cost next to nothing as long as they were numbered
+/// and closed in much the same order; beyond so many runs of their numbers what lies between the lowest counts as
+/// closed, too: a source from there that nobody has heard of would not begin.
 inline constexpr std::size_t sources_per_context_max = 1'000'000;
+inline constexpr std::size_t closed_runs_per_context_max = 100'000;
 
 /// What comes out. Sequence numbers wrap.
 class SourceEvents {
@@ -74,15 +79,16 @@ public:
     std::uint64_t refused() const noexcept { return refused_; }
 
 private:
-    enum class State { open, closed, lost };
+    /// An open source, or one whose sender was lost.
     struct Entry {
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
-        State state = State::open;
         std::optional<std::uint32_t> next;           ///< the sequence number that comes next, once one is known
         std::optional<std::uint32_t> final_sequence; ///< as a closed catalogue entry told it
         bool ending = false;                         ///< waits for the stream to be quiet
-        Clock::time_point ended_at{};
+        Clock::time_point lost_at{};
+
+        bool open() const noexcept { return source != nullptr; }
     };
     struct Stream {
         std::optional<ReaderId> owner;
@@ -93,6 +99,8 @@ private:
     };
     struct Context {
         std::unordered_map<std::uint32_t, Entry> sources;
+        NumberRuns closed{closed_runs_per_context_max};
+        Clock::time_point closed_at{}; ///< the last of them
         std::unordered_map<std::uint32_t, Stream> streams;
         std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> pages;
     };
@@ -107,7 +115,8 @@ private:
     void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
     void data(Entry& entry, const WireMessage& m);
     void advance(Entry& entry, std::uint32_t sequence);
-    void end(Entry& entry, State how, Clock::time_point now);
+    void lose(Entry& entry, Clock::time_point now);
+    void close(Context& context, std::uint32_t source, Clock::time_point now);
     void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now);
     void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
     void finish(const Ending& ending, Clock::time_point now);

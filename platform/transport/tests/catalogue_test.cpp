@@ -91,6 +91,20 @@ TEST(Catalogue, GivenSourcesThatComeAndGo_WhenTimePasses_ThenPagesAreReused)
     EXPECT_LE(shelf.sources().size(), 2U);
 }
 
+TEST(Catalogue, GivenManySourcesThatComeAndGoAtOnce_WhenTheirTimeIsNotOver_ThenTheOldestMakeRoom)
+{
+    CatalogueBook book;
+    Shelf shelf;
+    constexpr auto count = static_cast<std::uint32_t>(3 * closed_entries_max);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        book.add(i, 0, "T");
+        book.close(i, 7, start);
+    }
+    EXPECT_LE(shelf.take_from(book), closed_entries_max / page_entries_max + 1);
+    EXPECT_LE(shelf.sources().size(), closed_entries_max);
+    EXPECT_THAT(shelf.sources(), Contains(Pair(count - 1, "7")));
+}
+
 TEST(Catalogue, GivenAPage_WhenCutAnywhereOrFollowedByBytes_ThenItIsRefused)
 {
     CatalogueBook book;

@@ -140,6 +140,27 @@ TEST_F(SourceTrackerTest, GivenAClosedSource_WhenLateNewsComes_ThenItDoesNotRetu
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
 }
 
+TEST_F(SourceTrackerTest, GivenAClosedSource_WhenItsContextLivesOn_ThenItDoesNotReturnHoweverLateTheNews)
+{
+    page({});
+    frame(0, {data(0), close(1)});
+    pass(10 * ended_source_kept);
+    page({open_entry});
+    frame(1, {data(0)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenMoreClosedSourcesThanMayBeOpen_WhenAnotherComes_ThenItBegins)
+{
+    for (std::uint32_t i = 0; i <= sources_per_context_max; ++i) {
+        tracker.frame(stream, 1, {i, {{Kind::close, i, 0, "T", {}, {}}}, 0}, now);
+    }
+    const auto next = static_cast<std::uint32_t>(sources_per_context_max) + 1;
+    tracker.frame(stream, 1, {next, {{Kind::data, next, 0, "T", {}, "x"}}, 0}, now);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
+    EXPECT_EQ(tracker.refused(), 0U);
+}
+
 TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosed_ThenItEndsAfterTheGraceWithItsLoss)
 {
     page({open_entry});
