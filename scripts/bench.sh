@@ -1,11 +1,35 @@
 #!/usr/bin/env bash
 # Runs the benchmarks of the release preset. Peers are measured in the same run; compare ratios, not runs.
-# Arguments go to every benchmark program, e.g. --benchmark_filter=Parse or --benchmark_min_time=0.1
+#   scripts/bench.sh                               all of them, a few minutes
+#   scripts/bench.sh --benchmark_format=json       as JSON
+#   scripts/bench.sh --benchmark_filter=Parse      arguments --benchmark_... go to every program but the transport's,
+#                                                  which a filter leaves out
+#   scripts/bench.sh --rounds 5 --only latency     all others go to the transport's, which then runs alone
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+shared=()
+transport=()
+for argument in "$@"; do
+    case $argument in
+        --benchmark_*) shared+=("$argument") ;;
+        *) transport+=("$argument") ;;
+    esac
+done
+
 cmake --preset release >/dev/null
 cmake --build --preset release --target benchmarks
-for program in build/release/benchmarks/*_benchmark; do
-    echo "== ${program##*/}"
-    "$program" --benchmark_enable_random_interleaving=true "$@"
-done
+
+if [ ${#transport[@]} -eq 0 ]; then
+    for program in build/release/benchmarks/*_benchmark; do
+        echo "== ${program##*/}"
+        "$program" --benchmark_enable_random_interleaving=true "${shared[@]}"
+    done
+    transport=(--rounds 3 --count 50000)
+fi
+case " ${shared[*]} " in
+    *" --benchmark_filter="*) exit 0 ;;
+    *" --benchmark_format=json "*) transport+=(--json) ;;
+esac
+echo "== transport_benchmark"
+build/release/benchmarks/transport/transport_benchmark "${transport[@]}"

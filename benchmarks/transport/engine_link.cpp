@@ -139,7 +139,7 @@ public:
     std::unique_ptr<Listener> discover(Listener::Callback callback) override
     {
         return std::make_unique<EngineListener>(participant_.get(), "announced", announcement_qos(),
-                                                [callback = std::move(callback)](std::string_view) { callback({}); });
+                                                std::move(callback));
     }
 
 private:

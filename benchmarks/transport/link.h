@@ -43,7 +43,7 @@ public:
 
     /// As many senders of their own as said, announced to late joiners, who are told of each.
     virtual std::unique_ptr<Sender> announce(std::size_t sources) = 0;
-    /// The callback's payload is empty, one call a source.
+    /// The callback is given the source's topic, which ends in its number; one call a source.
     virtual std::unique_ptr<Listener> discover(Listener::Callback callback) = 0;
 };
 

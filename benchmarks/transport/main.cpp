@@ -24,6 +24,12 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
+struct Row {
+    std::string what;
+    std::string unit;
+    bool more_is_better = false;
+};
+
 /// Prints figures as they come: the transport's, the peers', and the ratio to the best peer.
 class Report {
 public:
@@ -34,21 +40,30 @@ public:
     }
 
     /// Each peer in turn, round after round, so that what else the machine does hits all alike. Shows medians.
-    void compare(const std::string& what, const std::string& unit, bool more_is_better, const std::vector<Kind>& peers,
-                 const std::function<double(Kind)>& measure)
+    void compare(const Row& row, const std::vector<Kind>& peers, const std::function<double(Kind)>& measure)
     {
-        std::vector<std::vector<double>> seen(peers.size());
+        compare(std::vector{row}, peers, [&](Kind kind) { return std::vector{measure(kind)}; });
+    }
+
+    /// The same of what one run measures at once, one figure a row.
+    void compare(const std::vector<Row>& rows, const std::vector<Kind>& peers,
+                 const std::function<std::vector<double>(Kind)>& measure)
+    {
+        std::vector<std::vector<std::vector<double>>> seen(rows.size(), std::vector<std::vector<double>>(peers.size()));
         for (std::size_t round = 0; round < rounds_; ++round) {
             for (std::size_t i = 0; i < peers.size(); ++i) {
-                progress(what, round, name_of(peers[i]));
-                seen[i].push_back(measure(peers[i]));
+                progress(rows.front().what, round, name_of(peers[i]));
+                const std::vector<double> figures = measure(peers[i]);
+                for (std::size_t row = 0; row < rows.size(); ++row) {
+                    seen[row][i].push_back(figures.at(row));
+                }
             }
         }
-        std::vector<double> medians;
-        std::transform(seen.begin(), seen.end(), std::back_inserter(medians), median);
-        const double best = more_is_better ? *std::max_element(medians.begin() + 1, medians.end())
-                                           : *std::min_element(medians.begin() + 1, medians.end());
-        show(what, unit, peers, medians, medians.front() / best);
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            std::vector<double> medians;
+            std::transform(seen[row].begin(), seen[row].end(), std::back_inserter(medians), median);
+            show(rows[row], peers, medians);
+        }
     }
 
 private:
@@ -60,23 +75,25 @@ private:
         }
     }
 
-    void show(const std::string& what, const std::string& unit, const std::vector<Kind>& peers,
-              const std::vector<double>& figures, double ratio) const
+    void show(const Row& row, const std::vector<Kind>& peers, const std::vector<double>& figures) const
     {
+        const double best = row.more_is_better ? *std::max_element(figures.begin() + 1, figures.end())
+                                               : *std::min_element(figures.begin() + 1, figures.end());
+        const double ratio = figures.front() / best;
         if (isatty(STDERR_FILENO) != 0) {
             std::cerr << "\r\033[K" << std::flush;
         }
         if (json_) {
-            nlohmann::json line{{"what", what}, {"unit", unit}, {"ratio", ratio}, {"rounds", rounds_}};
+            nlohmann::json line{{"what", row.what}, {"unit", row.unit}, {"ratio", ratio}, {"rounds", rounds_}};
             for (std::size_t i = 0; i < peers.size(); ++i) {
                 line["figures"][std::string{name_of(peers[i])}] = figures[i];
             }
             std::cout << line.dump() << std::endl;
             return;
         }
-        std::printf("%-46s", what.c_str());
+        std::printf("%-46s", row.what.c_str());
         for (std::size_t i = 0; i < peers.size(); ++i) {
-            std::printf("  %s %.6g %s", std::string{name_of(peers[i])}.c_str(), figures[i], unit.c_str());
+            std::printf("  %s %.6g %s", std::string{name_of(peers[i])}.c_str(), figures[i], row.unit.c_str());
         }
         std::printf("  ratio %.2f\n", ratio);
         std::fflush(stdout);
@@ -97,7 +114,7 @@ void throughput(Report& report, std::size_t count)
                 const Throughput load{topics, listeners, count, bytes};
                 const std::string what = std::to_string(bytes) + " B, " + std::to_string(topics) + " topics, 1 to " +
                                          std::to_string(listeners);
-                report.compare(what, "msg/s", true, all, [&](Kind kind) { return messages_per_second(kind, load); });
+                report.compare({what, "msg/s", true}, all, [&](Kind kind) { return messages_per_second(kind, load); });
             }
         }
     }
@@ -107,22 +124,24 @@ void latency(Report& report, std::size_t count)
 {
     for (const std::size_t bytes : {std::size_t{200}, std::size_t{1500}}) {
         const std::string what = "round trip, " + std::to_string(bytes) + " B, ";
-        report.compare(what + "p50", "us", false, plain, [&](Kind k) { return round_trip(k, count, bytes).p50_us; });
-        report.compare(what + "p99", "us", false, plain, [&](Kind k) { return round_trip(k, count, bytes).p99_us; });
+        report.compare({{what + "p50", "us"}, {what + "p99", "us"}}, plain, [&](Kind kind) {
+            const RoundTrip trip = round_trip(kind, count, bytes);
+            return std::vector{trip.p50_us, trip.p99_us};
+        });
     }
 }
 
 void discovery(Report& report)
 {
-    report.compare("10,000 sources found by a late joiner", "ms", false, plain,
+    report.compare({"10,000 sources found by a late joiner", "ms"}, plain,
                    [](Kind kind) { return discovery_ms(kind, 10'000); });
 }
 
 void memory(Report& report)
 {
-    report.compare("heap for each of 10,000 sources", "bytes", false, plain,
+    report.compare({"heap for each of 10,000 sources", "bytes"}, plain,
                    [](Kind kind) { return bytes_per_sender(kind, 10'000); });
-    report.compare("heap for each of 500 receivers", "bytes", false, plain,
+    report.compare({"heap for each of 500 receivers", "bytes"}, plain,
                    [](Kind kind) { return bytes_per_listener(kind, 500); });
 }
 

@@ -49,18 +49,40 @@ std::string payload_of(std::uint64_t number, std::size_t bytes)
     return payload;
 }
 
-std::uint64_t number_of(std::string_view payload, std::size_t bytes)
+/// One payload for each last byte of a number: what follows the number is the same in all that share it.
+std::vector<std::string> payloads_of(std::size_t bytes)
 {
-    std::uint64_t number = 0;
-    if (payload.size() != std::max(bytes, sizeof number)) {
-        throw std::runtime_error("a payload of another size");
+    std::vector<std::string> payloads;
+    for (std::uint64_t number = 0; number < 256; ++number) {
+        payloads.push_back(payload_of(number, bytes));
     }
-    std::memcpy(&number, payload.data(), sizeof number);
-    if (payload.size() > sizeof number && payload.back() != static_cast<char>(number)) {
-        throw std::runtime_error("a payload of another message");
-    }
-    return number;
+    return payloads;
 }
+
+/// Reads numbers of payloads and looks at every byte of them.
+class Checker {
+public:
+    explicit Checker(std::size_t bytes)
+        : expected_(payloads_of(bytes))
+    {
+    }
+    std::uint64_t number_of(std::string_view payload) const
+    {
+        std::uint64_t number = 0;
+        if (payload.size() != expected_.front().size()) {
+            throw std::runtime_error("a payload of another size");
+        }
+        std::memcpy(&number, payload.data(), sizeof number);
+        const std::string_view expected = expected_[number % expected_.size()];
+        if (payload.substr(sizeof number) != expected.substr(sizeof number)) {
+            throw std::runtime_error("a payload of another message");
+        }
+        return number;
+    }
+
+private:
+    std::vector<std::string> expected_;
+};
 
 void send(Link& link, Words numbers)
 {
@@ -79,10 +101,7 @@ void send(Link& link, Words numbers)
         sender->flush();
         std::this_thread::sleep_for(std::chrono::milliseconds{1}); // paces, nobody waits for it
     }
-    std::vector<std::string> payloads;
-    for (std::uint64_t number = 0; number < 256; ++number) {
-        payloads.push_back(payload_of(number, bytes));
-    }
+    std::vector<std::string> payloads = payloads_of(bytes);
     say("start ", now_ns());
     for (std::uint64_t number = 0; number < count; ++number) {
         std::string& payload = payloads[number % payloads.size()];
@@ -117,11 +136,11 @@ private:
 
 void receive(Link& link, Words numbers)
 {
-    const std::size_t bytes = std::stoul(numbers[2]);
+    const Checker checker{std::stoul(numbers[2])};
     Tally tally{std::stoul(numbers[1])};
     bool heard = false;
     const auto listener = link.make_listener("load", [&](std::string_view payload) {
-        const std::uint64_t number = number_of(payload, bytes);
+        const std::uint64_t number = checker.number_of(payload);
         if (number == warm_up) {
             if (!std::exchange(heard, true)) {
                 say("heard");
@@ -149,6 +168,7 @@ void ask(Link& link, Words numbers)
 {
     const std::size_t count = std::stoul(numbers[0]);
     const std::size_t bytes = std::stoul(numbers[1]);
+    const Checker checker{bytes};
     const auto sender = link.make_sender("forth", 1);
     std::vector<std::int64_t> trips;
     std::int64_t sent = 0;
@@ -159,9 +179,13 @@ void ask(Link& link, Words numbers)
         sender->flush();
     };
     const auto listener = link.make_listener("back", [&](std::string_view payload) {
-        if (number_of(payload, bytes) == warm_up) {
+        const std::uint64_t number = checker.number_of(payload);
+        if (number == warm_up) {
             heard = true;
             return;
+        }
+        if (number != trips.size()) {
+            throw std::runtime_error("an answer to another message");
         }
         trips.push_back(now_ns() - sent);
         if (trips.size() < count) {
@@ -189,10 +213,10 @@ void announce(Link& link, Words numbers)
 
 void discover(Link& link, std::int64_t since, Words numbers)
 {
-    const std::size_t sources = std::stoul(numbers[0]);
-    std::size_t found = 0;
-    const auto listener = link.discover([&](std::string_view) {
-        if (++found == sources) {
+    Tally tally{std::stoul(numbers[0])};
+    const auto listener = link.discover([&](std::string_view topic) {
+        const std::string number{topic.substr(topic.rfind('.') + 1)};
+        if (tally.add(std::stoull(number))) {
             say("found ", now_ns() - since);
         }
     });

@@ -13,7 +13,7 @@ namespace qx::benchmark {
 ///     echo                               "ready"; sends back what it hears
 ///     ask <count> <bytes>                "trips <ns> <ns> ..." of round trips, the slower the later
 ///     announce <sources>                 "ready"
-///     discover <sources>                 "found <ns>", counted from the start of the joining
+///     discover <sources>                 "found <ns>", counted from the start of the joining; each found once
 ///     weigh-senders <count>              "bytes <bytes for each>", of heap
 ///     weigh-listeners <count>            "bytes <bytes for each>"
 ///

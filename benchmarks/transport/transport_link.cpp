@@ -75,7 +75,8 @@ private:
     {
         const auto& self = *static_cast<TransportListener*>(listener);
         if (message->type == self.wanted_) {
-            self.callback_({message->data, message->len});
+            self.callback_(message->type == LBM_MSG_BOS ? std::string_view{message->topic_name}
+                                                        : std::string_view{message->data, message->len});
         }
         return 0;
     }
