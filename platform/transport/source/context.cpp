@@ -35,7 +35,7 @@ Context::Context(ContextSettings settings)
           std::make_shared<Responder>(participant_.get(), id_, answer_policy(settings_.options), domain_.flusher()))
     , subscriber_(participant_.get(), id_,
                   static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_,
-                  counters_)
+                  counters_, FaultPolicy{settings_.options})
 {
 }
 

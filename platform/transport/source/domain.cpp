@@ -73,6 +73,13 @@ std::string discovery_xml(const DomainSettings& s)
     return xml;
 }
 
+std::string fault_xml(const DomainSettings& s)
+{
+    return s.transmit_loss_permille == 0
+               ? ""
+               : "<Test><XmitLossiness>" + std::to_string(s.transmit_loss_permille) + "</XmitLossiness></Test>";
+}
+
 } // namespace
 
 DomainSettings::DomainSettings(const Options& context_options)
@@ -82,6 +89,7 @@ DomainSettings::DomainSettings(const Options& context_options)
     , multicast(context_options.get_boolean("multicast"))
     , lease_ms(context_options.get_integer("lease_ms"))
     , send_window_bytes(context_options.get_integer("send_window_bytes"))
+    , transmit_loss_permille(context_options.get_integer("fault_transmit_loss_permille"))
 {
 }
 
@@ -94,10 +102,9 @@ std::string domain_xml(const DomainSettings& s)
            "\" multicast=\"" + multicast + "\"/></Interfaces><AllowMulticast>" + multicast + "</AllowMulticast>" +
            (loopback ? "<MaxMessageSize>65000B</MaxMessageSize><FragmentSize>8000B</FragmentSize>"
                      : "<MaxMessageSize>14720B</MaxMessageSize><FragmentSize>1344B</FragmentSize>") +
-           "</General><Discovery>" + discovery_xml(s) +
-           "</Discovery><Internal><Watermarks><WhcAdaptive>false</WhcAdaptive><WhcLow>1kB</WhcLow>"
-           "<WhcHighInit>" +
-           window + "</WhcHighInit><WhcHigh>" + window +
+           "</General><Discovery>" + discovery_xml(s) + "</Discovery><Internal>" + fault_xml(s) +
+           "<Watermarks><WhcAdaptive>false</WhcAdaptive><WhcLow>1kB</WhcLow><WhcHighInit>" + window +
+           "</WhcHighInit><WhcHigh>" + window +
            "</WhcHigh></Watermarks>"
            "<WriterLingerDuration>0s</WriterLingerDuration>"
            "<SocketReceiveBufferSize min=\"default\" max=\"4MB\"/></Internal></Domain></CycloneDDS>";
@@ -112,7 +119,7 @@ DomainUse::DomainUse(const DomainSettings& settings)
     } else if (!(r.domain->settings == settings)) {
         throw TransportError(LBM_EOP,
                              "this process has contexts with other values of domain_id, domain_tag, interface, "
-                             "multicast, lease_ms or send_window_bytes; they must agree");
+                             "multicast, lease_ms, send_window_bytes or fault_transmit_loss_permille; they must agree");
     }
     ++r.domain->uses;
     id_ = r.domain->settings.id;

@@ -22,6 +22,7 @@ struct DomainSettings {
     bool multicast;
     std::int64_t lease_ms;
     std::int64_t send_window_bytes;
+    std::int64_t transmit_loss_permille; ///< lost on purpose
 };
 
 /// The engine's configuration for these settings; texts are escaped.

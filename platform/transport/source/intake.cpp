@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
 #include "partition.h"
 #include "wire.h"
@@ -17,7 +18,8 @@ constexpr std::chrono::seconds longest_wait{30};
 
 } // namespace
 
-Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters)
+Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters,
+               const FaultPolicy& faults)
     : participant_(participant)
     , out_(out)
     , requester_(requester)
@@ -32,6 +34,9 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
     , catalogue_(make_reader(catalogue_topic_.get(), catalogue_qos().get()))
 {
     check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
+    if (faults.any()) {
+        faults_.emplace(faults, std::bind_front(&Intake::take_frame, this));
+    }
     relief_ = Thread{"lbm_intake", [this] { relieve(); }};
 }
 
@@ -98,6 +103,9 @@ void Intake::unhear(const std::string& partition)
     }
     // Its copies of shared streams are the ones that count: take those that other readers have dropped already.
     while (drain_frames(found->second, batches_per_turn) && tracker_.is_behind(found->second.id)) {
+    }
+    if (faults_) {
+        faults_->let_go_due(Clock::time_point::max());
     }
     tracker_.reader_gone(found->second.id);
     dds_waitset_detach(waitset_.get(), found->second.condition.get());
@@ -179,9 +187,16 @@ void Intake::drain_all(std::size_t batches)
     drain_answers();
     look_at_receivers();
     const auto now = Clock::now();
+    if (faults_) {
+        faults_->let_go_due(now);
+    }
     tracker_.tick(now);
     counters_.copies_dropped.raise_to(tracker_.duplicates());
-    due_ = tracker_.next_due().value_or(now + longest_wait);
+    Clock::time_point due = tracker_.next_due().value_or(now + longest_wait);
+    if (faults_) {
+        due = std::min(due, faults_->next_due().value_or(due));
+    }
+    due_ = due;
 }
 
 bool Intake::is_watched(const StreamWriter& stream) const
@@ -284,9 +299,13 @@ void Intake::drain_answers()
 bool Intake::drain_frames(const Reader& reader, std::size_t batches)
 {
     std::vector<Key> gone;
-    const bool any = take_some(reader.reader.get(), batches, gone,
-                               [&](const Key& key, ByteView body, bool) { read_frame(key, body, reader.id); });
+    const bool any = take_some(reader.reader.get(), batches, gone, [&](const Key& key, ByteView body, bool) {
+        read_frame({key.context, key.part}, reader.id, body);
+    });
     for (const Key& key : gone) {
+        if (faults_) {
+            faults_->let_go({key.context, key.part}, reader.id);
+        }
         tracker_.stream_gone({key.context, key.part}, reader.id, Clock::now());
     }
     return any;
@@ -301,11 +320,20 @@ void Intake::read_page(const Key& key, ByteView body)
     }
 }
 
-void Intake::read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader)
+void Intake::read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body)
+{
+    if (faults_) {
+        faults_->pass(stream, reader, body, Clock::now());
+    } else {
+        take_frame(stream, reader, body);
+    }
+}
+
+void Intake::take_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body)
 {
     if (decode_frame(body, frame_)) {
         counters_.packets_refused.add(frame_.unknown_kinds);
-        tracker_.frame({key.context, key.part}, reader, frame_, Clock::now());
+        tracker_.frame(stream, reader, frame_, Clock::now());
     } else {
         counters_.packets_refused.add();
     }

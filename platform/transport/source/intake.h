@@ -13,6 +13,7 @@
 
 #include "counters.h"
 #include "dds_entity.h"
+#include "frame_faults.h"
 #include "inflow.h"
 #include "mailbox.h"
 #include "requester.h"
@@ -31,7 +32,8 @@ namespace qx::transport {
 class Intake {
 public:
     /// Answers go to the requests of `requester`, requests get their handles from `responder`.
-    Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters);
+    Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters,
+           const FaultPolicy& faults);
     ~Intake();
     Intake(const Intake&) = delete;
     Intake& operator=(const Intake&) = delete;
@@ -79,7 +81,8 @@ private:
     void drain_answers();
     bool drain_frames(const Reader& reader, std::size_t batches);
     void read_page(const Key& key, ByteView body);
-    void read_frame(const Key& key, ByteView body, SourceTracker::ReaderId reader);
+    void read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body);
+    void take_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body);
     template <class Take>
     static bool take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take);
 
@@ -111,6 +114,7 @@ private:
     SourceTracker::ReaderId next_reader_ = 0;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
+    std::optional<FrameFaults> faults_;   ///< if any are wanted
     Thread relief_;
 };
 

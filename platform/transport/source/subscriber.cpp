@@ -5,11 +5,12 @@
 namespace qx::transport {
 
 Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max,
-                       Responder& responder, std::shared_ptr<Counters> counters)
+                       Responder& responder, std::shared_ptr<Counters> counters, const FaultPolicy& faults)
     : participant_(participant)
     , self_(self)
     , responder_(responder)
     , counters_(std::move(counters))
+    , faults_(faults)
     , delivering_(std::make_shared<Delivering>(queue_bytes_max, counters_))
 {
 }
@@ -36,7 +37,7 @@ void Subscriber::start()
     if (intake_) {
         return;
     }
-    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_);
+    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_, faults_);
     try {
         thread_ = Thread{"lbm_context", [delivering = delivering_, &intake = *intake_] { delivering->run(intake); }};
     } catch (...) {
