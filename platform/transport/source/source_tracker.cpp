@@ -246,7 +246,7 @@ void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Cloc
         return;
     }
     found->second.ending = true;
-    endings_.push_back({{id, source}, now + end_grace});
+    endings_.push_back({{id, source}, now, now + end_grace});
 }
 
 void SourceTracker::tick(Clock::time_point now)
@@ -272,9 +272,11 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         return;
     }
     Entry& entry = found->second;
-    const Clock::time_point quiet_since = context.streams[entry.stream].active;
-    if (now - quiet_since < end_grace) {
-        endings_.push_back({ending.source, quiet_since + end_grace});
+    const bool complete = !entry.final_sequence || *entry.final_sequence == entry.next.value_or(0);
+    const Clock::time_point quiet_since = std::max(context.streams[entry.stream].active, ending.since);
+    const Clock::time_point end_at = quiet_since + (complete ? end_grace : Clock::duration{repair_grace});
+    if (now < end_at) {
+        endings_.push_back({ending.source, ending.since, std::min(end_at, now + end_grace)});
         return;
     }
     if (!entry.final_sequence) {

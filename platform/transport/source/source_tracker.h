@@ -2,7 +2,8 @@
 /// beginning, its data in order, its losses in their place, one end.
 ///
 /// Ends      a close message; a closed catalogue entry, or a page that is gone or lists the source no more, once its
-///           stream has been quiet for `end_grace` (the data may still be on its way); the loss of the stream's sender.
+///           stream has been quiet for `end_grace`, or `repair_grace` while data is missing (it may still be on its
+///           way); the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
@@ -28,6 +29,9 @@
 namespace qx::transport {
 
 inline constexpr std::chrono::milliseconds end_grace{500};
+
+/// The same for a closed source of which data is missing. The engine asks for what is missing at least every 8 s.
+inline constexpr std::chrono::seconds repair_grace{10};
 
 /// How long a source whose sender was lost is remembered, for the gap after the sender's return; and a silent context
 /// with which sources it has closed, against late copies of old news.
@@ -106,6 +110,7 @@ private:
     };
     struct Ending {
         SourceId source;
+        Clock::time_point since;
         Clock::time_point due;
     };
 

@@ -161,13 +161,44 @@ TEST_F(SourceTrackerTest, GivenMoreClosedSourcesThanMayBeOpen_WhenAnotherComes_T
     EXPECT_EQ(tracker.refused(), 0U);
 }
 
-TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosed_ThenItEndsAfterTheGraceWithItsLoss)
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosedWithAllItsData_ThenItEndsAfterTheGrace)
 {
     page({open_entry});
     frame(0, {data(0)});
     now += end_grace;
-    page({{false, 7, 0, 3, "T"}});
+    page({{false, 7, 0, 1, "T"}});
     pass(end_grace - std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, SizeIs(2));
+    pass(std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedEntryAndDataThatIsMissing_WhenTheEngineMendsIt_ThenNothingIsLost)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    page({{false, 7, 0, 2, "T"}});
+    pass(2 * end_grace);
+    frame(1, {data(1), close(2)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x", "ended T 2"));
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedEntryBeforeAnyData_WhenTheEngineMendsIt_ThenNothingIsLost)
+{
+    page({open_entry});
+    page({{false, 7, 0, 1, "T"}});
+    pass(2 * end_grace);
+    frame(0, {data(0), close(1)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosedAndDataIsMissingForLong_ThenThatIsItsLoss)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    now += repair_grace;
+    page({{false, 7, 0, 3, "T"}});
+    pass(repair_grace - std::chrono::milliseconds{1});
     EXPECT_THAT(log.lines, SizeIs(2));
     pass(std::chrono::milliseconds{1});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-2", "ended T 3"));
