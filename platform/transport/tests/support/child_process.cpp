@@ -59,9 +59,14 @@ ChildProcess::~ChildProcess()
 
 void ChildProcess::tell(const std::string& line)
 {
+    say(line);
+    expect_ok();
+}
+
+void ChildProcess::say(const std::string& line)
+{
     std::fprintf(input_.get(), "%s\n", line.c_str());
     std::fflush(input_.get());
-    expect_ok();
 }
 
 void ChildProcess::expect_ok()

@@ -20,8 +20,10 @@ public:
 
     /// Sends a line and waits for the answer. Throws std::runtime_error unless it is "ok".
     void tell(const std::string& line);
+    void say(const std::string& line); ///< the answer is for `expect_ok`
     void expect_ok();
 
+    pid_t pid() const noexcept { return pid_; }
     void signal(int number) const;
 
     /// Stops the child and waits until it stands still.
