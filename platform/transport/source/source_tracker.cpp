@@ -223,8 +223,16 @@ void SourceTracker::list(const ContextId& id, Context& context, const CatalogueE
         return;
     }
     const auto found = context.sources.find(listed.source);
-    if (found != context.sources.end() && found->second.open()) {
-        found->second.final_sequence = listed.final_sequence;
+    if (found == context.sources.end()) {
+        return;
+    }
+    Entry& entry = found->second;
+    const bool missed = entry.next && ahead(listed.final_sequence, *entry.next) > 0;
+    if (!entry.open() && missed) { // it went on while its sender was out of hearing, and closed
+        live(context, {id, listed.source}, listed.stream, listed.topic, 0);
+    }
+    if (entry.open()) {
+        entry.final_sequence = listed.final_sequence;
         start_ending(id, listed.source, now);
     }
 }
@@ -283,7 +291,7 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         lose(entry, now);
         return;
     }
-    if (context.streams[entry.stream].owner) {
+    if (!context.streams[entry.stream].handed_over) {
         advance(entry, *entry.final_sequence);
     }
     close(context, ending.source.number, now);

@@ -253,6 +253,27 @@ TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturns_ThenItBeginsAgainAndThe
                 ElementsAre("begun T 0", "data T 0 x", "ended T 1", "begun T 1", "lost T 1-8", "data T 9 x"));
 }
 
+TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithTheSourceClosed_ThenItBeginsAgainForItsLoss)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    page({{false, 7, 0, 3, "T"}});
+    pass(repair_grace);
+    pass(repair_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1", "begun T 1", "lost T 1-2", "ended T 3"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithTheSourceClosedAndNothingMissing_ThenItStaysEnded)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    page({{false, 7, 0, 1, "T"}});
+    pass(repair_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
 TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenBothBringAFrame_ThenItCountsOnce)
 {
     frame(0, {data(0)}, 1);
