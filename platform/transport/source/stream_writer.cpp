@@ -190,7 +190,8 @@ void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
     }
 }
 
-/// The status that the engine keeps of matches is not asked: reading it would take the news from who watches it.
+/// Who returns has another handle, however short it was away. The status that the engine keeps of matches is not asked:
+/// reading it would take the news from who watches it.
 bool StreamWriter::receiver_came()
 {
     std::vector<dds_instance_handle_t> now(receivers_.size() + 16);

@@ -66,7 +66,8 @@ protected:
     FaultProcess& spawn(const OptionList& options);
     FaultProcess& start(const OptionList& options); ///< and waits until it is ready
 
-    /// Throws std::runtime_error with the text unless it comes true in time.
+    /// Throws std::runtime_error with the text unless it comes true in time, which is longer than elsewhere: dozens of
+    /// processes share the machine.
     static void await(const std::string& what, const Condition& condition);
     /// For each source of the sender: at least so many more were delivered than when it was called.
     static void await_progress(const FaultProcess& listener, const FaultProcess& sender, std::uint64_t more = 1);
