@@ -22,14 +22,23 @@ AnswerPolicy answer_policy(const Options& options)
             std::chrono::milliseconds{options.get_integer("lease_ms")}};
 }
 
+ParticipantKey key_of(const DdsEntity& participant)
+{
+    dds_guid_t guid{};
+    check_dds(dds_get_guid(participant.get(), &guid), "dds_get_guid");
+    ParticipantKey key{};
+    std::ranges::copy(guid.v, key.begin());
+    return key;
+}
+
 } // namespace
 
 Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
-    , id_(ContextId::make(settings_.options.get_text("interface")))
-    , counters_(make_counters())
     , participant_(dds_create_participant(domain_.id(), nullptr, nullptr), "dds_create_participant")
+    , id_(ContextId::make(settings_.options.get_text("interface"), key_of(participant_)))
+    , counters_(make_counters())
     , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher(), counters_)
     , responder_(
           std::make_shared<Responder>(participant_.get(), id_, answer_policy(settings_.options), domain_.flusher()))

@@ -46,9 +46,9 @@ public:
 private:
     ContextSettings settings_;
     DomainUse domain_;
+    DdsEntity participant_;
     ContextId id_;
     std::shared_ptr<Counters> counters_;
-    DdsEntity participant_;
     Publisher publisher_;
     std::shared_ptr<Responder> responder_;
     Subscriber subscriber_;

@@ -1,15 +1,13 @@
 #include "ids.h"
 
 #include <arpa/inet.h>
-#include <ifaddrs.h>
-#include <net/if.h>
-#include <netinet/in.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <memory>
-#include <random>
 #include <span>
+
+#include "network_interface.h"
 
 namespace qx::transport {
 namespace {
@@ -27,41 +25,28 @@ std::uint32_t big_endian(std::span<const std::uint8_t, 4> in)
     return ntohl(ordered);
 }
 
-std::uint32_t address_of(const ifaddrs& entry)
+/// Of a participant's key the first four bytes tell the engine's maker, or the identity alone, and the last four the
+/// kind.
+std::span<const std::uint8_t, 8> distinctive(const ParticipantKey& participant)
 {
-    sockaddr_in address{};
-    std::memcpy(&address, entry.ifa_addr, sizeof(address));
-    return ntohl(address.sin_addr.s_addr);
-}
-
-/// The interface's first IPv4 address, 0 when it has none: the address only helps people.
-std::uint32_t ipv4_of(const std::string& interface_name)
-{
-    ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0) {
-        return 0;
-    }
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner{first, &freeifaddrs};
-    for (const ifaddrs* i = first; i != nullptr; i = i->ifa_next) {
-        if (i->ifa_addr != nullptr && i->ifa_addr->sa_family == AF_INET && interface_name == i->ifa_name) {
-            return address_of(*i);
-        }
-    }
-    return 0;
+    return std::span{participant}.subspan<4, 8>();
 }
 
 } // namespace
 
-ContextId ContextId::make(const std::string& interface_name)
+ContextId ContextId::make(const std::string& interface, const ParticipantKey& participant)
 {
     ContextId id;
     const std::span<std::uint8_t, 16> bytes{id.bytes};
-    std::random_device random;
-    put_big_endian(bytes.subspan<0, 4>(), ipv4_of(interface_name));
+    put_big_endian(bytes.subspan<0, 4>(), ipv4_of_interface(interface));
     put_big_endian(bytes.subspan<4, 4>(), static_cast<std::uint32_t>(getpid()));
-    put_big_endian(bytes.subspan<8, 4>(), random());
-    put_big_endian(bytes.subspan<12, 4>(), random());
+    std::ranges::copy(distinctive(participant), bytes.subspan<8>().begin());
     return id;
+}
+
+bool ContextId::is_of(const ParticipantKey& participant) const noexcept
+{
+    return std::ranges::equal(std::span{bytes}.subspan<8>(), distinctive(participant));
 }
 
 std::string context_text(const ContextId& context)

@@ -11,12 +11,17 @@
 
 namespace qx::transport {
 
+/// The engine's name of a participant, which it never gives to another and which, with security, nobody else can use.
+using ParticipantKey = std::array<std::uint8_t, 16>;
+
 /// One context of one process run. The first four bytes are the sender's IPv4 address, the next four its process id
-/// (both big-endian), the rest is random: no two runs share an id, and a person can see where a message came from.
+/// (both big-endian), so that a person can see where a message came from; the rest is its participant's: no two runs
+/// share an id, and a receiver can see whether a packet is from whom it says.
 struct ContextId {
     std::array<std::uint8_t, 16> bytes{};
 
-    static ContextId make(const std::string& interface_name);
+    static ContextId make(const std::string& interface, const ParticipantKey& participant);
+    bool is_of(const ParticipantKey& participant) const noexcept;
     bool operator==(const ContextId&) const = default;
 };
 
@@ -46,8 +51,8 @@ template <>
 struct std::hash<qx::transport::ContextId> {
     std::size_t operator()(const qx::transport::ContextId& id) const noexcept
     {
-        std::size_t random_half = 0;
-        std::memcpy(&random_half, id.bytes.data() + 8, sizeof(random_half));
-        return random_half;
+        std::size_t distinct_half = 0;
+        std::memcpy(&distinct_half, id.bytes.data() + 8, sizeof(distinct_half));
+        return distinct_half;
     }
 };

@@ -27,6 +27,7 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
     , inflow_(out, counters,
               [&responder](const ContextId& from, std::uint64_t number) { return responder.handle_for(from, number); })
     , tracker_(inflow_)
+    , senders_(participant)
     , frames_topic_(make_packet_topic(participant, frames_topic))
     , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
     , waitset_(dds_create_waitset(participant), "dds_create_waitset")
@@ -35,7 +36,10 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
 {
     check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
     if (faults.any()) {
-        faults_.emplace(faults, std::bind_front(&Intake::take_frame, this));
+        faults_.emplace(faults, [this](const StreamId& stream, SourceTracker::ReaderId reader, ByteView body) {
+            decode_frame(body, frame_); // which it has been before
+            take_frame(stream, reader);
+        });
     }
     relief_ = Thread{"lbm_intake", [this] { relieve(); }};
 }
@@ -179,6 +183,7 @@ void Intake::relieve()
 void Intake::drain_all(std::size_t batches)
 {
     const auto lock = lock_in_turn();
+    senders_.refresh(Clock::now());
     // The catalogue first: it must not announce what the end of a stream has already ended.
     drain_catalogue();
     for (const auto& [partition, reader] : readers_) {
@@ -236,8 +241,9 @@ void Intake::look_at_receivers()
     }
 }
 
-/// Gives each valid packet to `take` and collects the keys whose senders are gone, each once. A steady flow is left in
-/// time for others to have their turn, but not before all of a sender that is gone was taken. False: it was empty.
+/// Gives each valid packet to `take` if it is from whom it says, and collects the keys whose senders are gone, each
+/// once. A steady flow is left in time for others to have their turn, but not before all of a sender that is gone was
+/// taken. False: it was empty.
 template <class Take>
 bool Intake::take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take)
 {
@@ -254,7 +260,12 @@ bool Intake::take_some(dds_entity_t reader, std::size_t batches, std::vector<Key
             std::copy_n(packet.context, key.context.bytes.size(), key.context.bytes.begin());
             const bool alive = infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE;
             if (infos[i].valid_data) {
-                take(key, ByteView{packet.body._buffer, packet.body._length}, alive);
+                const Sender* const sender = senders_.find(infos[i].publication_handle);
+                if (sender != nullptr && key.context.is_of(sender->participant)) {
+                    take(key, ByteView{packet.body._buffer, packet.body._length}, *sender, alive);
+                } else {
+                    counters_.packets_refused.add();
+                }
             }
             if (!alive && std::find(gone.begin(), gone.end(), key) == gone.end()) {
                 gone.push_back(key);
@@ -270,11 +281,12 @@ void Intake::drain_catalogue()
 {
     // What a dead sender's page says is of no use to anybody: its sources would begin only to end.
     std::vector<Key> gone;
-    take_some(catalogue_.reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, bool alive) {
-        if (alive) {
-            read_page(key, body);
-        }
-    });
+    take_some(catalogue_.reader.get(), batches_per_turn, gone,
+              [&](const Key& key, ByteView body, const Sender&, bool alive) {
+                  if (alive) {
+                      read_page(key, body);
+                  }
+              });
     for (const Key& key : gone) {
         tracker_.page_gone(key.context, key.part, Clock::now());
     }
@@ -286,7 +298,7 @@ void Intake::drain_answers()
         return;
     }
     std::vector<Key> gone; // who answered and left has answered all the same
-    take_some(answers_->reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, bool) {
+    take_some(answers_->reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, const Sender&, bool) {
         if (std::optional<Delivery> delivery = requester_.receive(key.context, body)) {
             counters_.answers_received.add();
             out_.post(std::move(*delivery));
@@ -299,9 +311,10 @@ void Intake::drain_answers()
 bool Intake::drain_frames(const Reader& reader, std::size_t batches)
 {
     std::vector<Key> gone;
-    const bool any = take_some(reader.reader.get(), batches, gone, [&](const Key& key, ByteView body, bool) {
-        read_frame({key.context, key.part}, reader.id, body);
-    });
+    const bool any =
+        take_some(reader.reader.get(), batches, gone, [&](const Key& key, ByteView body, const Sender& sender, bool) {
+            read_frame({key.context, key.part}, reader.id, body, sender);
+        });
     for (const Key& key : gone) {
         if (faults_) {
             faults_->let_go({key.context, key.part}, reader.id);
@@ -320,23 +333,24 @@ void Intake::read_page(const Key& key, ByteView body)
     }
 }
 
-void Intake::read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body)
+void Intake::read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body, const Sender& sender)
 {
+    if (!decode_frame(body, frame_) || !sender.may_send(frame_)) {
+        counters_.packets_refused.add();
+        return;
+    }
     if (faults_) {
         faults_->pass(stream, reader, body, Clock::now());
     } else {
-        take_frame(stream, reader, body);
+        take_frame(stream, reader);
     }
 }
 
-void Intake::take_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body)
+void Intake::take_frame(const StreamId& stream, SourceTracker::ReaderId reader)
 {
-    if (decode_frame(body, frame_)) {
-        counters_.packets_refused.add(frame_.unknown_kinds);
-        tracker_.frame(stream, reader, frame_, Clock::now());
-    } else {
-        counters_.packets_refused.add();
-    }
+    const std::uint64_t refused_before = tracker_.refused();
+    tracker_.frame(stream, reader, frame_, Clock::now());
+    counters_.packets_refused.add(frame_.unknown_kinds + tracker_.refused() - refused_before);
 }
 
 } // namespace qx::transport

@@ -18,6 +18,7 @@
 #include "mailbox.h"
 #include "requester.h"
 #include "responder.h"
+#include "senders.h"
 #include "source_tracker.h"
 #include "source_watch.h"
 #include "thread.h"
@@ -81,10 +82,10 @@ private:
     void drain_answers();
     bool drain_frames(const Reader& reader, std::size_t batches);
     void read_page(const Key& key, ByteView body);
-    void read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body);
-    void take_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body);
+    void read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body, const Sender& sender);
+    void take_frame(const StreamId& stream, SourceTracker::ReaderId reader);
     template <class Take>
-    static bool take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take);
+    bool take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take);
 
     const dds_entity_t participant_;
     Mailbox& out_;
@@ -102,6 +103,7 @@ private:
     std::mutex mutex_; ///< all below
     Inflow inflow_;
     SourceTracker tracker_;
+    Senders senders_;
     DdsEntity frames_topic_;
     DdsEntity catalogue_topic_;
     DdsEntity answers_topic_;

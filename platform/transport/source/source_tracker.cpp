@@ -74,6 +74,10 @@ void SourceTracker::message(Context& context, const StreamId& stream, const Wire
     if (entry == nullptr) {
         return;
     }
+    if (m.topic != entry->source->topic) {
+        ++refused_; // under the number of another topic's source it would be that topic's message
+        return;
+    }
     switch (m.kind) {
     case Kind::data:
     case Kind::request:

@@ -2,6 +2,7 @@
 
 #include "platform/transport/source/domain.h"
 #include "platform/transport/source/partition.h"
+#include "platform/transport/source/topic_name.h"
 
 using namespace qx::transport;
 
@@ -26,6 +27,21 @@ TEST(Partition, GivenAContext_WhenItsAnswersAreRouted_ThenThePartitionIsItsIdInH
 {
     EXPECT_EQ(partition_of_requester(ContextId{{0x7f, 0, 0, 1, 0, 0, 0x12, 0xAB}}),
               "r:7f000001000012ab0000000000000000");
+}
+
+TEST(Partition, GivenThePartitionOfATopic_WhenRead_ThenTheTokenComesBack)
+{
+    for (const char* topic : {"qxnotify.public.x", "plain", ".x", "a*b?c%.x", "\xff%2a.x", "t:."}) {
+        EXPECT_EQ(token_of_partition(partition_of_topic(topic)), first_token(topic)) << topic;
+    }
+}
+
+TEST(Partition, GivenAPartitionThatIsOfNoTopic_WhenRead_ThenThereIsNoToken)
+{
+    for (const char* partition :
+         {"", "*", "t", "x:A", "r:00", "t:A*", "t:%41", "t:A%2eB", "t:%2", "t:%", "t:%zz", "t:%2A", "t:A.B", "tA"}) {
+        EXPECT_EQ(token_of_partition(partition), std::nullopt) << partition;
+    }
 }
 
 TEST(Domain, GivenATagWithMarkup_WhenConfigured_ThenItIsEscaped)

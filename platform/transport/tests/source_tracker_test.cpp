@@ -329,4 +329,13 @@ TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenOnlyTheOtherSaysTheSender
     EXPECT_THAT(log.lines, SizeIs(3));
 }
 
+TEST_F(SourceTrackerTest, GivenASource_WhenItsNumberSpeaksUnderAnotherTopic_ThenThatIsRefusedAndTheSourceGoesOn)
+{
+    page({open_entry});
+    frame(1, {{Kind::data, 7, 0, "U", {}, "forged"}, {Kind::close, 7, 1, "U", {}, {}}});
+    frame(2, {data(0)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
+    EXPECT_EQ(tracker.refused(), 2U);
+}
+
 } // namespace

@@ -152,7 +152,7 @@ typedef struct lbm_context_stats {
     uint64_t messages_overflowed; /* those of them, and of the received, that found the receive queue full */
     uint64_t messages_unwanted;   /* that came along with others and that no receiver wanted */
     uint64_t copies_dropped;      /* frames and messages that came again */
-    uint64_t packets_refused;     /* packets and messages that made no sense */
+    uint64_t packets_refused;     /* packets and messages that made no sense, or were not their writer's to send */
     uint64_t answers_received;    /* to requests */
     uint64_t answers_dropped;     /* that nobody waited for, that made no sense or that found the receive queue full */
 

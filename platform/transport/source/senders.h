@@ -1,0 +1,50 @@
+/// Who the writers are whose packets arrive, by what the engine knows of them and not by what the packets say.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include <dds/dds.h>
+
+#include "dds_entity.h"
+#include "frame.h"
+#include "ids.h"
+
+namespace qx::transport {
+
+/// A writer is remembered for that long after it went: packets of it may still wait in a reader.
+inline constexpr std::chrono::seconds gone_sender_kept{60};
+
+struct Sender {
+    ParticipantKey participant{};
+    std::optional<std::string> token; ///< the first token of the topics it may send; empty: it may send none
+
+    /// Whether every message has a topic that belongs into the writer's partition, which is all that permissions see.
+    bool may_send(const Frame& frame) const noexcept;
+
+    std::optional<std::chrono::steady_clock::time_point> gone_since{};
+};
+
+/// Threads   not synchronised.
+class Senders {
+public:
+    explicit Senders(dds_entity_t participant);
+
+    /// The writer of a packet that a reader has given; null: the engine never told of it. Good until the next call.
+    const Sender* find(dds_instance_handle_t writer);
+
+    /// Learns of writers that came and went. Without it what the engine tells would pile up.
+    void refresh(std::chrono::steady_clock::time_point now);
+
+private:
+    void learn(const dds_builtintopic_endpoint_t& writer, dds_instance_handle_t handle);
+    void forget(std::chrono::steady_clock::time_point now);
+
+    DdsEntity publications_;
+    std::unordered_map<dds_instance_handle_t, Sender> senders_;
+    std::chrono::steady_clock::time_point last_forget_{};
+};
+
+} // namespace qx::transport

@@ -1,0 +1,154 @@
+/// What a peer may not get across that writes packets by hand: permissions see a writer's partition and nothing of what
+/// it sends, so that both must agree.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/transport/source/senders.h"
+#include "platform/transport/source/wire_qos.h"
+#include "support/context_fixture.h"
+#include "support/handmade_writer.h"
+
+using namespace qx::transport;
+using namespace testing;
+
+namespace {
+
+constexpr const char* guarded_topic = "TRIAGE.ACTION";
+
+/// A receiver of everything and one of the guarded topic, and a peer beside them.
+class Forgery : public Test {
+protected:
+    std::uint64_t refused() const
+    {
+        lbm_context_stats_t stats{};
+        test::check(lbm_context_retrieve_stats(hearing.get(), &stats));
+        return stats.packets_refused;
+    }
+    bool is_refused(std::uint64_t times = 1) const
+    {
+        return everything.wait([&] { return refused() >= times; });
+    }
+    std::size_t delivered(const std::string& topic = guarded_topic) const
+    {
+        return everything.count(LBM_MSG_DATA, topic) + guarded.count(LBM_MSG_DATA, topic);
+    }
+    /// Writes one frame on the guarded topic from those partitions.
+    void forge(const std::vector<std::string>& partitions)
+    {
+        const dds_entity_t writer = peer.writer(frames_topic, partitions);
+        test::wait_for_readers(writer);
+        test::write_packet(writer, peer.context(), 0, test::frame_of(guarded_topic, 7, 1));
+    }
+
+    test::ContextHandle hearing = test::make_context();
+    test::Recorder everything;
+    test::Recorder guarded;
+    test::WildcardHandle all = test::make_wildcard(hearing, ".*", everything);
+    test::ReceiverHandle one = test::make_receiver(hearing, guarded_topic, guarded);
+    test::HandmadePeer peer;
+};
+
+TEST_F(Forgery, GivenTheRightPartition_WhenWrittenByHand_ThenItIsDelivered)
+{
+    forge({"t:TRIAGE"});
+    EXPECT_TRUE(everything.wait([&] { return delivered() == 2; }));
+    EXPECT_EQ(refused(), 0U);
+}
+
+TEST_F(Forgery, GivenAnotherPartition_WhenAFrameHasTheGuardedTopic_ThenItIsRefused)
+{
+    forge({"t:OTHER"});
+    EXPECT_TRUE(is_refused());
+    EXPECT_EQ(delivered(), 0U);
+}
+
+TEST_F(Forgery, GivenAPartitionWithAWildcard_WhenItMeetsTheGuardedReader_ThenWhatItSendsIsRefused)
+{
+    forge({"*"});
+    forge({"t:TRIAG?"});
+    EXPECT_TRUE(is_refused(2));
+    EXPECT_EQ(delivered(), 0U);
+}
+
+TEST_F(Forgery, GivenSeveralPartitions_WhenOneIsTheGuardedOne_ThenWhatItSendsIsRefused)
+{
+    forge({"t:OTHER", "t:TRIAGE"});
+    EXPECT_TRUE(is_refused());
+    EXPECT_EQ(delivered(), 0U);
+}
+
+TEST_F(Forgery, GivenAPartitionSpeltInAnotherWay_WhenItMeansTheGuardedOne_ThenWhatItSendsIsRefused)
+{
+    forge({"t:%54RIAGE"});
+    forge({"t:TRIAGE%2eACTION"});
+    EXPECT_TRUE(is_refused(2));
+    EXPECT_EQ(delivered(), 0U);
+}
+
+TEST_F(Forgery, GivenAFrameWithTwoTopics_WhenOneIsOfAnotherPartition_ThenItIsRefusedAsAWhole)
+{
+    const dds_entity_t writer = peer.writer(frames_topic, {"t:OTHER"});
+    test::wait_for_readers(writer);
+    FrameBuilder frame{1'024};
+    frame.add({Kind::data, 1, 0, "OTHER.A", {}, "honest"});
+    frame.add({Kind::data, 2, 0, guarded_topic, {}, "forged"});
+    test::write_packet(writer, peer.context(), 0, frame.finish(1));
+    EXPECT_TRUE(is_refused());
+    EXPECT_EQ(delivered("OTHER.A"), 0U);
+}
+
+TEST_F(Forgery, GivenAnotherContextsName_WhenUsedInFramesAndPages_ThenAllIsRefused)
+{
+    const test::HandmadePeer victim;
+    const dds_entity_t frames = peer.writer(frames_topic, {"t:TRIAGE"});
+    const dds_entity_t pages = peer.writer(catalogue_topic, {});
+    test::wait_for_readers(frames);
+    test::wait_for_readers(pages);
+    CatalogueBook book;
+    Bytes page;
+    book.add(7, 0, guarded_topic);
+    ASSERT_EQ(book.first_dirty(page), 0U);
+    test::write_packet(frames, victim.context(), 0, test::frame_of(guarded_topic, 7, 1));
+    test::write_packet(pages, victim.context(), 0, page);
+    EXPECT_TRUE(is_refused(2));
+    EXPECT_THAT(guarded.seen(), IsEmpty());
+}
+
+TEST_F(Forgery, GivenASourceAnnouncedUnderTheGuardedTopic_WhenItsNumberSpeaksElsewhere_ThenThatIsRefused)
+{
+    const dds_entity_t frames = peer.writer(frames_topic, {"t:OTHER"});
+    const dds_entity_t pages = peer.writer(catalogue_topic, {});
+    test::wait_for_readers(frames);
+    test::wait_for_readers(pages);
+    CatalogueBook book;
+    Bytes page;
+    book.add(7, 0, guarded_topic);
+    ASSERT_EQ(book.first_dirty(page), 0U);
+    test::write_packet(pages, peer.context(), 0, page);
+    ASSERT_TRUE(guarded.wait_for(LBM_MSG_BOS));
+    test::write_packet(frames, peer.context(), 0, test::frame_of("OTHER.A", 7, 1));
+    EXPECT_TRUE(is_refused());
+    EXPECT_EQ(delivered(), 0U);
+    EXPECT_EQ(delivered("OTHER.A"), 0U);
+}
+
+TEST_F(Forgery, GivenAWriterThatIsGone_WhenItsPacketsAreLookedAt_ThenItIsStillKnownForAWhile)
+{
+    Senders senders{peer.participant()};
+    dds_instance_handle_t handle = 0;
+    {
+        const test::HandmadePeer short_lived;
+        const dds_entity_t writer = short_lived.writer(frames_topic, {"t:OTHER"});
+        ASSERT_EQ(dds_get_instance_handle(writer, &handle), DDS_RETCODE_OK);
+    }
+    const Sender* const sender = senders.find(handle);
+    ASSERT_NE(sender, nullptr);
+    EXPECT_EQ(sender->token, "OTHER");
+    senders.refresh(std::chrono::steady_clock::now() + 2 * gone_sender_kept);
+    EXPECT_EQ(senders.find(handle), nullptr);
+}
+
+} // namespace
