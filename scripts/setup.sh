@@ -5,7 +5,8 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build make git ccache pkg-config python3
     libboost-dev libprotobuf-dev protobuf-compiler          # envelope, records
-    cyclonedds-dev cyclonedds-tools libpcre2-dev libpugixml-dev   # transport
+    cyclonedds-dev cyclonedds-tools libpcre2-dev libpugixml-dev libssl-dev   # transport
+    openssl                                                 # certificates for tests
     rapidjson-dev libspdlog-dev libcli11-dev nlohmann-json3-dev   # JSON library, log back end, qxnotify
     libgtest-dev libgmock-dev libbenchmark-dev libsimdjson-dev    # tests and benchmarks
     clang clang-format clang-tidy libclang-rt-dev           # checks and fuzzers

@@ -1,10 +1,12 @@
 #include <lbm/lbm.h>
 
 #include <memory>
+#include <utility>
 
 #include "attributes.h"
 #include "context.h"
 #include "error.h"
+#include "exposure.h"
 #include "fork_guard.h"
 
 using qx::transport::Context;
@@ -17,8 +19,9 @@ int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_
     return guarded_live("lbm_context_create", "", [&] {
         require(ctx, "ctx");
         auto handle = std::make_unique<lbm_context>();
-        handle->context =
-            attr != nullptr ? std::make_shared<Context>(*attr) : std::make_shared<Context>(ContextSettings{});
+        ContextSettings settings{attr != nullptr ? static_cast<const ContextSettings&>(*attr) : ContextSettings{}};
+        qx::transport::warn_if_exposed(settings.options);
+        handle->context = std::make_shared<Context>(std::move(settings));
         *ctx = handle.release();
     });
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "deadline.h"
+#include "security.h"
 
 namespace qx::transport {
 namespace {
@@ -36,7 +37,7 @@ ParticipantKey key_of(const DdsEntity& participant)
 Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
-    , participant_(dds_create_participant(domain_.id(), nullptr, nullptr), "dds_create_participant")
+    , participant_(make_participant(domain_.id(), SecurityFiles{settings_.options}))
     , id_(ContextId::make(settings_.options.get_text("interface"), key_of(participant_)))
     , counters_(make_counters())
     , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher(), counters_)

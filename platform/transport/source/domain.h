@@ -3,15 +3,18 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include <dds/dds.h>
 
 #include "flusher.h"
 #include "options.h"
+#include "security.h"
 
 namespace qx::transport {
 
 /// What all contexts of a process must agree on while any of them lives.
+/// Errors    TransportError (LBM_EINVAL): `peers` is no list of hosts, or as `SecurityFiles`.
 struct DomainSettings {
     explicit DomainSettings(const Options& context_options);
     bool operator==(const DomainSettings&) const = default;
@@ -20,9 +23,12 @@ struct DomainSettings {
     std::string tag;
     std::string interface;
     bool multicast;
+    std::vector<std::string> peers; ///< hosts
+    std::int64_t host_processes_max;
     std::int64_t lease_ms;
     std::int64_t send_window_bytes;
     std::int64_t transmit_loss_permille; ///< lost on purpose
+    SecurityFiles security; ///< the engine's plug-ins take every participant of a process for the first one
 };
 
 /// The engine's configuration for these settings; texts are escaped.

@@ -42,6 +42,7 @@ constexpr OptionSpec choice(Scope scope, std::string_view name, std::string_view
 constexpr std::int64_t kib = 1'024;
 constexpr std::int64_t mib = 1'024 * kib;
 constexpr std::int64_t gib = 1'024 * mib;
+constexpr std::int64_t path_bytes_max = 4'095;
 
 // clang-format off: one option, one line or two
 constexpr auto catalogue = std::to_array<OptionSpec>({
@@ -50,10 +51,26 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
             "Contexts of one domain see each other, those of different domains do not"),
     text(Scope::context, "domain_tag", 0, 128, "", "Further separates contexts of one domain: only equal tags meet"),
     text(Scope::context, "interface", 1, 64, "lo",
-         "Network interface, by name or address; with lo nothing leaves this host"),
+         "Network interface, by name or IPv4 address; with lo nothing leaves this host"),
     boolean(Scope::context, "multicast", "1", "Whether the interface is used for multicast"),
+    text(Scope::context, "peers", 0, 4'096, "",
+         "Hosts to look for others on, beside this one: names or IPv4 addresses, separated by commas"),
+    integer(Scope::context, "host_processes_max", "", 1, 119, "99",
+            "Without multicast or with peers: how many processes of a host can be in a domain, the same everywhere"),
     integer(Scope::context, "lease_ms", "ms", 100, 600'000, "10000",
             "Silence after which another process counts as gone"),
+    text(Scope::context, "security_identity_ca", 0, path_bytes_max, "",
+         "File of the certificate of the authority that vouches for identities; all six files are set or none"),
+    text(Scope::context, "security_identity_certificate", 0, path_bytes_max, "",
+         "File of the certificate that says who this context is"),
+    text(Scope::context, "security_private_key", 0, path_bytes_max, "",
+         "File of that certificate's private key, without a password"),
+    text(Scope::context, "security_permissions_ca", 0, path_bytes_max, "",
+         "File of the certificate of the authority that signs the two documents"),
+    text(Scope::context, "security_governance", 0, path_bytes_max, "",
+         "File of the signed document that says what holds for everybody"),
+    text(Scope::context, "security_permissions", 0, path_bytes_max, "",
+         "File of the signed document that says what this identity may do"),
     integer(Scope::context, "frame_bytes_max", "bytes", 1 * kib, 60'000, "60000",
             "Messages are sent together up to this size; a larger one goes alone"),
     integer(Scope::context, "flush_gap_us", "us", 0, 1'000'000, "50",

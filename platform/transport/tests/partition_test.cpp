@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "platform/transport/source/domain.h"
 #include "platform/transport/source/partition.h"
 #include "platform/transport/source/topic_name.h"
 
@@ -42,13 +41,6 @@ TEST(Partition, GivenAPartitionThatIsOfNoTopic_WhenRead_ThenThereIsNoToken)
          {"", "*", "t", "x:A", "r:00", "t:A*", "t:%41", "t:A%2eB", "t:%2", "t:%", "t:%zz", "t:%2A", "t:A.B", "tA"}) {
         EXPECT_EQ(token_of_partition(partition), std::nullopt) << partition;
     }
-}
-
-TEST(Domain, GivenATagWithMarkup_WhenConfigured_ThenItIsEscaped)
-{
-    Options options{Scope::context};
-    options.set_text("domain_tag", "<&>\"");
-    EXPECT_NE(domain_xml(DomainSettings{options}).find("<Tag>&lt;&amp;&gt;&quot;</Tag>"), std::string::npos);
 }
 
 } // namespace

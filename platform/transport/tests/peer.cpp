@@ -1,9 +1,10 @@
 /// A sending, hearing, asking and answering process for tests: does what it is told on standard input, one command a
 /// line, and answers each with "ok" or "failed: <reason>".
 ///
-///     peer <domain tag> <lease in ms>
+///     peer <option>=<value>...
 ///     source <topic> | send <topic> <count> | close <topic> | delete
-///     receive <topic> | hears <topic> <count> | loses <topic> <count>    wait for so many data, losses
+///     receive <topic>
+///     begins <topic> <count> | hears <topic> <count> | loses <topic> <count>    wait for so many of them
 ///     accounts <topic> <count>   wait for the end; every number up to that count was delivered or lost, in order
 ///     respond <topic>            answer each request with its own bytes
 ///     request <topic> <count>    each with its number, from 0
@@ -26,8 +27,8 @@ namespace {
 
 class Peer {
 public:
-    Peer(const char* tag, const char* lease_ms)
-        : ctx_(test::make_context({{"domain_tag", tag}, {"lease_ms", lease_ms}}))
+    explicit Peer(const test::OptionList& options)
+        : ctx_(test::make_context(options))
     {
     }
 
@@ -44,6 +45,8 @@ public:
             send(topic, count);
         } else if (verb == "receive") {
             receivers_[topic] = test::make_receiver(ctx_, topic, heard_[topic]);
+        } else if (verb == "begins") {
+            test::check(heard_[topic].wait_for(LBM_MSG_BOS, count) ? LBM_OK : LBM_FAILURE);
         } else if (verb == "hears") {
             test::check(heard_[topic].wait_for(LBM_MSG_DATA, count) ? LBM_OK : LBM_FAILURE);
         } else if (verb == "loses") {
@@ -135,15 +138,25 @@ private:
     std::map<std::string, std::size_t> sent_;
 };
 
+/// The names view the arguments.
+test::OptionList options_of(std::vector<std::string>& arguments)
+{
+    test::OptionList options;
+    for (std::string& argument : arguments) {
+        const std::size_t equals = argument.find('=');
+        argument.at(equals) = '\0';
+        options.emplace_back(argument.c_str(), argument.substr(equals + 1));
+    }
+    return options;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
-        return EXIT_FAILURE;
-    }
     try {
-        Peer peer{argv[1], argv[2]};
+        std::vector<std::string> arguments{argv + 1, argv + argc};
+        Peer peer{options_of(arguments)};
         std::cout << "ok" << std::endl;
         for (std::string line; std::getline(std::cin, line);) {
             peer.obey(line);

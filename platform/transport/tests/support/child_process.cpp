@@ -98,10 +98,13 @@ int ChildProcess::finish()
     return status;
 }
 
-std::unique_ptr<ChildProcess> start_peer(int lease_ms)
+std::unique_ptr<ChildProcess> start_peer(int lease_ms, const OptionList& options)
 {
-    auto peer =
-        std::make_unique<ChildProcess>(std::vector<std::string>{QX_PEER, domain_tag(), std::to_string(lease_ms)});
+    std::vector<std::string> arguments{QX_PEER, "domain_tag=" + domain_tag(), "lease_ms=" + std::to_string(lease_ms)};
+    for (const auto& [name, value] : options) {
+        arguments.push_back(std::string{name} + "=" + value);
+    }
+    auto peer = std::make_unique<ChildProcess>(arguments);
     peer->expect_ok();
     return peer;
 }

@@ -8,6 +8,8 @@
 
 #include <sys/types.h>
 
+#include "context_fixture.h"
+
 namespace test {
 
 /// Speaks line by line with the child's standard input and output. The destructor kills what still runs.
@@ -43,6 +45,6 @@ private:
 };
 
 /// The sending process of peer.cpp in this process's domain, ready.
-std::unique_ptr<ChildProcess> start_peer(int lease_ms);
+std::unique_ptr<ChildProcess> start_peer(int lease_ms, const OptionList& options = {});
 
 } // namespace test
