@@ -1,4 +1,5 @@
 /// When the warning of an unsecured network comes. Nothing here touches the network.
+#include <algorithm>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -24,7 +25,8 @@ Options on(const std::string& interface)
 
 Options secured(Options options)
 {
-    for (const NamedFile& file : SecurityFiles{options}.all()) {
+    const SecurityFiles files{options};
+    for (const NamedFile& file : files.all()) {
         options.set_text(file.option, "/some/file");
     }
     return options;
