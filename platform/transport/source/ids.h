@@ -51,8 +51,9 @@ template <>
 struct std::hash<qx::transport::ContextId> {
     std::size_t operator()(const qx::transport::ContextId& id) const noexcept
     {
-        std::size_t distinct_half = 0;
-        std::memcpy(&distinct_half, id.bytes.data() + 8, sizeof(distinct_half));
-        return distinct_half;
+        // All of it: a peer is free in some of the bytes, and could make all its ids alike in the rest.
+        std::array<char, sizeof id.bytes> text{};
+        std::memcpy(text.data(), id.bytes.data(), text.size());
+        return std::hash<std::string_view>{}({text.data(), text.size()});
     }
 };

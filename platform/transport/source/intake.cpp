@@ -111,7 +111,7 @@ void Intake::unhear(const std::string& partition)
     if (faults_) {
         faults_->let_go_due(Clock::time_point::max());
     }
-    tracker_.reader_gone(found->second.id);
+    tracker_.reader_gone(found->second.id, readers_.size() == 1);
     dds_waitset_detach(waitset_.get(), found->second.condition.get());
     readers_.erase(found);
 }

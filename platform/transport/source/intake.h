@@ -109,11 +109,11 @@ private:
     DdsEntity answers_topic_;
     DdsEntity waitset_;
     DdsEntity posted_; ///< ends a wait
+    SourceTracker::ReaderId next_reader_ = 0;
     Reader catalogue_;
     std::map<std::string, Reader> readers_;
     std::optional<Reader> answers_; ///< from the first request on
     std::vector<std::shared_ptr<SourceWatch>> watched_;
-    SourceTracker::ReaderId next_reader_ = 0;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
     std::optional<FrameFaults> faults_;   ///< if any are wanted

@@ -113,7 +113,7 @@ SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, 
     Entry& entry = found->second;
     entry.source = std::make_shared<RemoteSource>(id, topic);
     entry.stream = stream;
-    entry.ending = false;
+    entry.ending_since.reset();
     out_.begun(entry.source, entry.next.value_or(next));
     return &entry;
 }
@@ -145,7 +145,7 @@ void SourceTracker::lose(Entry& entry, Clock::time_point now)
 {
     out_.ended(entry.source, entry.next.value_or(0));
     entry.source.reset();
-    entry.ending = false;
+    entry.ending_since.reset();
     entry.lost_at = now;
 }
 
@@ -186,11 +186,11 @@ bool SourceTracker::is_behind(ReaderId reader) const
     return false;
 }
 
-void SourceTracker::reader_gone(ReaderId reader)
+void SourceTracker::reader_gone(ReaderId reader, bool last)
 {
     for (auto& [id, context] : contexts_) {
         for (auto& [number, stream] : context.streams) {
-            if (stream.owner == reader) {
+            if (stream.owner == reader || (last && !stream.owner)) {
                 stream.owner.reset();
                 stream.handed_over = true;
             }
@@ -222,7 +222,7 @@ void SourceTracker::list(const ContextId& id, Context& context, const CatalogueE
 {
     if (listed.open) {
         if (Entry* entry = live(context, {id, listed.source}, listed.stream, listed.topic, 0); entry != nullptr) {
-            entry->ending = false;
+            entry->ending_since.reset();
         }
         return;
     }
@@ -254,10 +254,10 @@ void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Cloc
 {
     std::unordered_map<std::uint32_t, Entry>& sources = contexts_[id].sources;
     const auto found = sources.find(source);
-    if (found == sources.end() || !found->second.open() || found->second.ending) {
+    if (found == sources.end() || !found->second.open() || found->second.ending_since) {
         return;
     }
-    found->second.ending = true;
+    found->second.ending_since = now;
     endings_.push_back({{id, source}, now, now + end_grace});
 }
 
@@ -280,13 +280,14 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
 {
     Context& context = contexts_[ending.source.context];
     const auto found = context.sources.find(ending.source.number);
-    if (found == context.sources.end() || !found->second.ending) {
+    if (found == context.sources.end() || found->second.ending_since != ending.since) {
         return;
     }
     Entry& entry = found->second;
     const bool complete = !entry.final_sequence || *entry.final_sequence == entry.next.value_or(0);
     const Clock::time_point quiet_since = std::max(context.streams[entry.stream].active, ending.since);
-    const Clock::time_point end_at = quiet_since + (complete ? end_grace : Clock::duration{repair_grace});
+    const Clock::time_point end_at =
+        std::min(quiet_since + (complete ? end_grace : Clock::duration{repair_grace}), ending.since + repair_grace);
     if (now < end_at) {
         endings_.push_back({ending.source, ending.since, std::min(end_at, now + end_grace)});
         return;

@@ -3,7 +3,7 @@
 ///
 /// Ends      a close message; a closed catalogue entry, or a page that is gone or lists the source no more, once its
 ///           stream has been quiet for `end_grace`, or `repair_grace` while data is missing (it may still be on its
-///           way); the loss of the stream's sender.
+///           way), and after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
@@ -69,8 +69,8 @@ public:
     void stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now);
     /// Whether other readers have dropped copies of frames that this reader, their stream's owner, has not brought yet.
     bool is_behind(ReaderId reader) const;
-    /// The reader is no more; its streams are free for other readers.
-    void reader_gone(ReaderId reader);
+    /// The reader is no more; its streams are free for other readers, if it was not the last.
+    void reader_gone(ReaderId reader, bool last);
 
     void page(const ContextId& id, std::uint32_t page, std::span<const CatalogueEntry> entries, Clock::time_point now);
     void page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now);
@@ -87,9 +87,9 @@ private:
     struct Entry {
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
-        std::optional<std::uint32_t> next;           ///< the sequence number that comes next, once one is known
-        std::optional<std::uint32_t> final_sequence; ///< as a closed catalogue entry told it
-        bool ending = false;                         ///< waits for the stream to be quiet
+        std::optional<std::uint32_t> next;             ///< the sequence number that comes next, once one is known
+        std::optional<std::uint32_t> final_sequence;   ///< as a closed catalogue entry told it
+        std::optional<Clock::time_point> ending_since; ///< waits for the stream to be quiet
         Clock::time_point lost_at{};
 
         bool open() const noexcept { return source != nullptr; }

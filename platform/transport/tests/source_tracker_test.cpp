@@ -287,7 +287,7 @@ TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenBothBringAFrame_ThenItCou
 TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoes_ThenTheOtherGoesOn)
 {
     frame(0, {data(0)}, 1);
-    tracker.reader_gone(1);
+    tracker.reader_gone(1, false);
     frame(0, {data(0)}, 2);
     frame(1, {data(1)}, 2);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x"));
@@ -298,7 +298,7 @@ TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoesWithFramesThe
     frame(0, {data(0)}, 1);
     frame(1, {data(1)}, 2);
     EXPECT_TRUE(tracker.is_behind(1));
-    tracker.reader_gone(1);
+    tracker.reader_gone(1, false);
     frame(2, {data(2)}, 2);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-1", "data T 2 x"));
 }
@@ -306,7 +306,7 @@ TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoesWithFramesThe
 TEST_F(SourceTrackerTest, GivenAStreamNobodyHearsForAWhile_WhenANewReaderComes_ThenWhatItMissedIsNoLoss)
 {
     frame(0, {data(0)}, 1);
-    tracker.reader_gone(1);
+    tracker.reader_gone(1, false);
     frame(9, {data(9)}, 2);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 9 x"));
 }
@@ -336,6 +336,47 @@ TEST_F(SourceTrackerTest, GivenASource_WhenItsNumberSpeaksUnderAnotherTopic_Then
     frame(2, {data(0)});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
     EXPECT_EQ(tracker.refused(), 2U);
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedEntryWhoseDataIsMissing_WhenItsStreamIsNeverQuiet_ThenItEndsAllTheSame)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    page({{false, 7, 0, 3, "T"}});
+    const auto step = end_grace / 2;
+    std::uint64_t next = 1;
+    for (auto passed = std::chrono::milliseconds{0}; passed <= repair_grace; passed += step) {
+        frame(next++, {{Kind::sync, 8, 0, "T", {}, {}}}); // another source of the stream
+        pass(step);
+    }
+    EXPECT_THAT(log.lines, IsSupersetOf({"lost T 1-2", "ended T 3"}));
+}
+
+TEST_F(SourceTrackerTest, GivenAPageThatTakesAnEndBack_WhenItTellsOfItAgain_ThenTheGraceBeginsThen)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    now += end_grace;
+    page({});
+    pass(std::chrono::milliseconds{100});
+    page({open_entry});
+    pass(std::chrono::milliseconds{300});
+    page({});
+    pass(end_grace - std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, SizeIs(2)) << "the first telling must not count";
+    pass(std::chrono::milliseconds{1});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSenderAndNoReaderLeft_WhenItIsHeardAgain_ThenWhatNobodyHeardIsNoLoss)
+{
+    page({open_entry});
+    frame(0, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    tracker.reader_gone(1, true);
+    page({open_entry});
+    frame(9, {data(9)}, 2);
+    EXPECT_THAT(log.lines, Not(Contains(StartsWith("lost"))));
 }
 
 } // namespace
