@@ -61,7 +61,8 @@ void Context::close()
         closed_ = true;
     }
     unblocked_.notify_all();
-    responder_->stop(); // a callback that waits for a requester must not hold up the end of its receiver
+    responder_->stop(); // a callback that waits for a requester or for room must not hold up the end of its receiver
+    publisher_.stop();
     subscriber_.close();
     const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
     const Clock::time_point deadline = Clock::now() + patience;

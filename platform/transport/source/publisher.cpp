@@ -26,6 +26,7 @@ CatalogueWriter::CatalogueWriter(dds_entity_t participant, const ContextId& cont
 void CatalogueWriter::add(const LocalSource& source)
 {
     const std::lock_guard lock{mutex_};
+    book_.reuse_closed(Clock::now());
     book_.add(source.number, source.stream->number(), source.topic);
     arm();
 }
@@ -161,10 +162,33 @@ void Publisher::close_source(LocalSource& source, const SendWait& wait)
     }
 }
 
+void Publisher::stop() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    closed_ = true;
+    for (const auto& [key, stream] : streams_) {
+        stream->stop_waiting();
+    }
+}
+
+/// Streams whose receivers do not keep up are not to hold up the others.
+void Publisher::end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
+                        Clock::time_point deadline) noexcept
+{
+    bool done = false;
+    do {
+        std::erase_if(sources, [](const auto& source) { return source.second->stream->try_end(*source.second); });
+        done = sources.empty();
+        for (const auto& [key, stream] : streams) {
+            done = stream->drain(std::min(deadline, Clock::now() + retry_interval)) && done;
+        }
+    } while (!done && Clock::now() < deadline);
+}
+
 void Publisher::close(Clock::time_point deadline) noexcept
 {
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources;
-    std::map<StreamKey, std::shared_ptr<StreamWriter>> streams;
+    Streams streams;
     std::shared_ptr<CatalogueWriter> catalogue;
     {
         const std::lock_guard lock{mutex_};
@@ -173,15 +197,8 @@ void Publisher::close(Clock::time_point deadline) noexcept
         streams.swap(streams_);
         catalogue.swap(catalogue_);
     }
-    for (const auto& [number, source] : sources) {
-        try {
-            source->stream->end(*source, {deadline});
-        } catch (const TransportError&) {
-            break; // receivers that do not keep up learn of the end when the streams go
-        }
-    }
+    end_all(sources, streams, deadline);
     for (const auto& [key, stream] : streams) {
-        stream->drain(deadline);
         stream->close();
     }
     if (catalogue) {

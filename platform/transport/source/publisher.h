@@ -71,6 +71,9 @@ public:
     std::shared_ptr<LocalSource> open(std::string_view topic, WhenFull when_full);
     void close_source(LocalSource& source, const SendWait& wait);
 
+    /// Sends that wait for room without limit give up, and no source is made any more.
+    void stop() noexcept;
+
     /// Ends every source, waits at most until the deadline for receivers to have it all, and closes the streams.
     /// Doing it twice is harmless.
     void close(std::chrono::steady_clock::time_point deadline) noexcept;
@@ -78,6 +81,10 @@ public:
 private:
     using StreamKey = std::pair<std::string, WhenFull>; ///< partition first
 
+    using Streams = std::map<StreamKey, std::shared_ptr<StreamWriter>>;
+
+    static void end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
+                        std::chrono::steady_clock::time_point deadline) noexcept;
     std::shared_ptr<StreamWriter> stream_for(std::string_view topic, WhenFull when_full);
 
     const dds_entity_t participant_;
@@ -89,7 +96,7 @@ private:
     DdsEntity frames_topic_;
     std::shared_ptr<CatalogueWriter> catalogue_;
     std::shared_ptr<Announcer> announcer_;
-    std::map<StreamKey, std::shared_ptr<StreamWriter>> streams_;
+    Streams streams_;
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources_;
     std::uint32_t next_source_ = 0;
     bool closed_ = false;

@@ -93,8 +93,34 @@ void StreamWriter::end(LocalSource& source, const SendWait& wait)
     }
     source.closed = true;
     sources_.erase(source.number);
-    make_room(lock, {Kind::close, 0, 0, source.topic, {}, {}}, wait);
-    append({Kind::close, source.number, source.next, source.topic, {}, {}}, wait.flush);
+    const WireMessage close{Kind::close, source.number, source.next, source.topic, {}, {}};
+    make_room(lock, close, wait);
+    append(close, wait.flush);
+}
+
+bool StreamWriter::try_end(LocalSource& source) noexcept
+{
+    const std::lock_guard lock{mutex_};
+    if (source.closed || closed_) {
+        return true;
+    }
+    const WireMessage close{Kind::close, source.number, source.next, source.topic, {}, {}};
+    if (!frame_.fits(close) && !try_write()) {
+        return false;
+    }
+    source.closed = true;
+    sources_.erase(source.number);
+    append(close, false);
+    return true;
+}
+
+void StreamWriter::stop_waiting() noexcept
+{
+    {
+        const std::lock_guard lock{mutex_};
+        stopping_ = true;
+    }
+    room_.notify_all();
 }
 
 void StreamWriter::make_room(Lock& lock, const WireMessage& like, const SendWait& wait)
@@ -112,6 +138,9 @@ void StreamWriter::make_room(Lock& lock, const WireMessage& like, const SendWait
         }
         if (result != DDS_RETCODE_TIMEOUT) {
             check_dds(result, "dds_write");
+        }
+        if (stopping_ && !wait.deadline && !wait.never) {
+            throw TransportError(LBM_EOP, "the context is being deleted");
         }
         try {
             wait_for_room(lock, room_, wait, "receivers have not acknowledged enough");
@@ -182,12 +211,16 @@ std::optional<SteadyClock::time_point> StreamWriter::flush() noexcept
     return SteadyClock::now() + retry_interval;
 }
 
-void StreamWriter::drain(SteadyClock::time_point deadline) noexcept
+bool StreamWriter::drain(SteadyClock::time_point deadline) noexcept
 {
     Lock lock{mutex_};
-    while (!closed_ && !(try_write() && all_acknowledged()) && SteadyClock::now() < deadline) {
+    while (!closed_ && !(try_write() && all_acknowledged())) {
+        if (SteadyClock::now() >= deadline) {
+            return false;
+        }
         room_.wait_for(lock, retry_interval);
     }
+    return true;
 }
 
 /// Who returns has another handle, however short it was away. The status that the engine keeps of matches is not asked:

@@ -68,13 +68,19 @@ public:
     /// Closes the source, whatever happens, and sends its end; throws as `send`. Twice is harmless.
     void end(LocalSource& source, const SendWait& wait);
 
+    /// The same if there is room for it now; else false, and the source stays open.
+    bool try_end(LocalSource& source) noexcept;
+
+    /// Sends that may wait without limit fail from now on instead of waiting.
+    void stop_waiting() noexcept;
+
     /// Tells receivers how far the sources are that have said nothing since the last call, some calls in a row, and all
     /// sources when a receiver has come: what it was not there for is then a loss, not a silence. Never waits.
     void announce() noexcept;
 
     /// Sends what is left and waits for the receivers' acknowledgement until the deadline or the end of the stream;
-    /// holds up no other thread that sends.
-    void drain(std::chrono::steady_clock::time_point deadline) noexcept;
+    /// holds up no other thread that sends. Whether they have it all.
+    bool drain(std::chrono::steady_clock::time_point deadline) noexcept;
 
     /// Sends that wait give up; nothing is sent any more.
     void close() noexcept;
@@ -117,6 +123,7 @@ private:
     std::uint64_t sequence_ = 0;
     std::chrono::steady_clock::time_point last_write_{};
     bool armed_ = false;
+    bool stopping_ = false;
     bool closed_ = false;
 };
 

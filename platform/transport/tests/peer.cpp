@@ -5,6 +5,7 @@
 ///     source <topic> | send <topic> <count> | close <topic> | delete
 ///     receive <topic>
 ///     begins <topic> <count> | hears <topic> <count> | loses <topic> <count>    wait for so many of them
+///     alive <topic>              it began once and has not ended
 ///     accounts <topic> <count>   wait for the end; every number up to that count was delivered or lost, in order
 ///     respond <topic>            answer each request with its own bytes
 ///     request <topic> <count>    each with its number, from 0
@@ -51,6 +52,8 @@ public:
             test::check(heard_[topic].wait_for(LBM_MSG_DATA, count) ? LBM_OK : LBM_FAILURE);
         } else if (verb == "loses") {
             loses(topic, count);
+        } else if (verb == "alive") {
+            alive(topic);
         } else if (verb == "accounts") {
             accounts(topic, count);
         } else if (verb == "respond") {
@@ -83,6 +86,14 @@ private:
             return heard.count(LBM_MSG_UNRECOVERABLE_LOSS) + heard.count(LBM_MSG_UNRECOVERABLE_LOSS_BURST) >= count;
         };
         test::check(heard.wait(enough) ? LBM_OK : LBM_FAILURE);
+    }
+
+    void alive(const std::string& topic)
+    {
+        const test::Recorder& heard = heard_[topic];
+        if (heard.count(LBM_MSG_BOS) != 1 || heard.count(LBM_MSG_EOS) != 0) {
+            throw std::runtime_error(topic + " did not begin once, or has ended");
+        }
     }
 
     void accounts(const std::string& topic, std::size_t count)
