@@ -54,6 +54,9 @@ public:
     void add(std::uint32_t source, std::uint32_t stream, std::string_view topic);
     void close(std::uint32_t source, std::uint32_t final_sequence, Clock::time_point now);
 
+    /// Frees the places of what was closed long enough ago.
+    void reuse_closed(Clock::time_point now);
+
     bool dirty() const noexcept { return !dirty_.empty(); }
 
     /// The number of a page that has to be sent, and its bytes in `out`; nothing when all are sent.
@@ -75,7 +78,6 @@ private:
     };
 
     std::size_t free_slot();
-    void reuse_closed(Clock::time_point now);
     void mark(std::size_t slot) { dirty_.insert(static_cast<std::uint32_t>(slot / page_entries_max)); }
     void encode(std::uint32_t page, Bytes& out) const;
 

@@ -9,7 +9,7 @@ namespace {
 
 struct Registry {
     std::mutex mutex;
-    std::vector<std::weak_ptr<Counters>> living;
+    std::vector<const Counters*> living;
     lbm_context_stats_t gone{};
 };
 
@@ -25,9 +25,9 @@ void retire(Counters* counters)
     const std::unique_ptr<Counters> owned{counters};
     owned->sources.subtract(owned->sources.value()); // a level, not a sum
     Registry& r = registry();
-    const std::lock_guard lock{r.mutex};
+    const std::lock_guard lock{r.mutex}; // for both, so that no sum is without it
     owned->add_to(r.gone);
-    std::erase_if(r.living, [](const auto& c) { return c.expired(); });
+    std::erase(r.living, counters);
 }
 
 } // namespace
@@ -57,21 +57,17 @@ std::shared_ptr<Counters> make_counters()
     std::shared_ptr<Counters> counters{new Counters, &retire};
     Registry& r = registry();
     const std::lock_guard lock{r.mutex};
-    r.living.push_back(counters);
+    r.living.push_back(counters.get());
     return counters;
 }
 
 lbm_context_stats_t process_stats()
 {
     Registry& r = registry();
-    std::vector<std::shared_ptr<Counters>> living; // may be the last to hold them, and retiring takes the lock
     const std::lock_guard lock{r.mutex};
     lbm_context_stats_t sum = r.gone;
-    for (const auto& context : r.living) {
-        if (auto counters = context.lock()) {
-            counters->add_to(sum);
-            living.push_back(std::move(counters));
-        }
+    for (const Counters* const counters : r.living) {
+        counters->add_to(sum);
     }
     return sum;
 }

@@ -24,9 +24,9 @@ int EventQueue::dispatch(unsigned long timeout_ms)
 int EventQueue::dispatch_present()
 {
     int count = 0;
-    Delivery delivery;
     // At least one look, so that an unblock ends this dispatch and not a later one.
     for (std::size_t present = std::max<std::size_t>(mailbox_.size(), 1); present > 0; --present) {
+        Delivery delivery;
         if (mailbox_.take(delivery, std::chrono::steady_clock::time_point{}) != Mailbox::Taken::item) {
             break;
         }
@@ -38,8 +38,11 @@ int EventQueue::dispatch_present()
 int EventQueue::dispatch_until(Mailbox::Deadline deadline)
 {
     int count = 0;
-    Delivery delivery;
-    while (mailbox_.take(delivery, deadline) == Mailbox::Taken::item) {
+    while (true) {
+        Delivery delivery; // its message goes now, not when the next one comes
+        if (mailbox_.take(delivery, deadline) != Mailbox::Taken::item) {
+            break;
+        }
         count += run_queued(delivery) ? 1 : 0;
         if (deadline && std::chrono::steady_clock::now() >= *deadline) {
             break;

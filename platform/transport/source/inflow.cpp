@@ -29,6 +29,7 @@ void Inflow::remove(const std::shared_ptr<Receiver>& receiver)
 
 void Inflow::join(const std::shared_ptr<Receiver>& receiver, const SourcePtr& source)
 {
+    source->joined = true;
     out_.post(
         {Delivery::What::begin, receiver, source, Message::make(source, LBM_MSG_BOS, source->next), 0, 0, nullptr});
 }
@@ -73,7 +74,9 @@ void Inflow::ended(const SourcePtr& source, std::uint32_t next)
 {
     counters_.sources.subtract();
     interest_.end(source);
-    out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next), 0, 0, nullptr});
+    if (source->joined) {
+        out_.post({Delivery::What::end, nullptr, source, Message::make(source, LBM_MSG_EOS, next), 0, 0, nullptr});
+    }
 }
 
 } // namespace qx::transport

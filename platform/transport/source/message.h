@@ -47,6 +47,7 @@ struct RemoteSource {
     /// The intake's own: who wants what arrives (nothing is queued for nobody), and the number that arrives next.
     std::vector<std::shared_ptr<Receiver>> wanted_by;
     std::uint32_t next = 0;
+    bool joined = false; ///< by anybody, ever
 
     /// The routing's own: who gets what was queued, which differs from `wanted_by` by the joins and departures that
     /// still wait in the queue.

@@ -41,6 +41,45 @@ TEST(Delivery, GivenAnExactReceiver_WhenASourceSends_ThenItsDataArrivesInOrder)
     EXPECT_EQ(without_hello(recorder.payloads()), sent);
 }
 
+TEST(Delivery, GivenSourcesOfOneToken_WhenTheySendInTurns_ThenAReceiverOfAllHearsThemInThatOrder)
+{
+    const auto sending = test::make_context();
+    const auto hearing = test::make_context();
+    test::Recorder recorder;
+    const auto receiver = test::make_wildcard(hearing, R"(TURNS\..*)", recorder);
+    std::vector<test::SourceHandle> sources;
+    for (const char* const topic : {"TURNS.A", "TURNS.B", "TURNS.C"}) {
+        sources.push_back(test::make_source(sending, topic));
+        test::connect(sources.back(), recorder, topic);
+    }
+    const auto sent = numbered(3'000);
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        test::send(sources[i * 7 % 3], sent[i]);
+    }
+    EXPECT_TRUE(recorder.wait([&] { return without_hello(recorder.payloads()).size() >= sent.size(); }));
+    EXPECT_EQ(without_hello(recorder.payloads()), sent);
+}
+
+TEST(Delivery, GivenTopicsUnderATokenThatNobodyWants_WhenTheySend_ThenNothingOfThemComesHere)
+{
+    const auto sending = test::make_context();
+    const auto hearing = test::make_context();
+    test::Recorder recorder;
+    const auto receiver = test::make_wildcard(hearing, R"(WANTED\..*)", recorder);
+    const auto wanted = test::make_source(sending, "WANTED.A");
+    const auto unwanted = test::make_source(sending, "UNWANTED.A");
+    test::connect(wanted, recorder, "WANTED.A");
+    for (int i = 0; i < 1'000; ++i) {
+        test::send(unwanted, "x");
+    }
+    test::send(wanted, "last"); // of one sender, so that what came before has come
+    ASSERT_TRUE(recorder.wait([&] { return recorder.payloads().back() == "last"; }));
+    lbm_context_stats_t stats{};
+    test::check(lbm_context_retrieve_stats(hearing.get(), &stats));
+    EXPECT_EQ(stats.messages_received, recorder.count(LBM_MSG_DATA));
+    EXPECT_EQ(stats.messages_unwanted, 0U);
+}
+
 TEST(Delivery, GivenASource_WhenItBeginsSendsAndIsDeleted_ThenOneBosComesFirstAndOneEosLast)
 {
     const auto ctx = test::make_context();
