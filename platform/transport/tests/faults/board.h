@@ -13,7 +13,8 @@ namespace test {
 struct Sent {
     std::atomic<std::uint64_t> tried;
     std::atomic<std::uint64_t> accepted;
-    std::atomic<bool> closed; ///< its deletion has returned
+    std::atomic<std::uint64_t> written; ///< accepted, and has certainly left the process
+    std::atomic<bool> closed;           ///< its deletion has returned
 };
 
 /// One source as the process's receiver was told of it. Numbers are sequence numbers, which no test lets wrap.

@@ -4,24 +4,28 @@
 ///     fault_peer <board file> <context option>=<value> …
 ///     listen <pattern> | hold | release     receives; its callback stands still, goes on
 ///     overflowed                            waits until its queue has
-///     open <topic prefix> <count>           sources <prefix>.0, <prefix>.1, …
+///     open <topic prefix> <count> <source option>=<value> …   sources <prefix>.0, <prefix>.1, …
 ///     connected                             waits until each source has a receiver
 ///     send <count>                          so many of each source, in turn
+///     push <count>                          the same; fails if it would have to wait
 ///     flow <count> <milliseconds>           the same again and again, in the background, until
 ///     halt
 ///     close                                 deletes the sources
 ///     delete                                deletes all, the context, too
 ///
 /// It ends when the input does, without deleting anything.
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <mutex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -32,12 +36,37 @@
 namespace {
 
 constexpr std::size_t payload_bytes = 64;
+constexpr std::size_t message_bytes_max = 256; ///< with all headers, alone in its frame
+
+/// Of "<name>=<value>"; the list points into the names, which are what becomes of the arguments.
+test::OptionList parse_options(std::vector<std::string>& arguments)
+{
+    test::OptionList options;
+    for (std::string& argument : arguments) {
+        const std::size_t equals = argument.find('=');
+        const std::string value = argument.substr(equals + 1);
+        argument.resize(equals);
+        options.emplace_back(argument.c_str(), value);
+    }
+    return options;
+}
+
+std::uint64_t window_bytes(const test::OptionList& options)
+{
+    for (const auto& [name, value] : options) {
+        if (std::string_view{name} == "send_window_bytes") {
+            return std::stoull(value);
+        }
+    }
+    return 4U << 20U; // what is the case unless configured
+}
 
 class FaultPeer {
 public:
     FaultPeer(const char* board, const test::OptionList& options)
         : board_(test::map_board(board))
         , ledger_(*board_)
+        , window_bytes_(window_bytes(options))
         , ctx_(test::make_context(options))
     {
     }
@@ -62,7 +91,9 @@ public:
         } else if (verb == "connected") {
             wait([this] { return board_->connected == sources_.size(); });
         } else if (verb == "send") {
-            send(number(words));
+            send(number(words), 0);
+        } else if (verb == "push") {
+            send(number(words), LBM_SRC_NONBLOCK);
         } else if (verb == "flow") {
             const std::size_t count = number(words);
             flow(count, std::chrono::milliseconds{number(words)});
@@ -92,8 +123,8 @@ private:
     template <class Condition>
     static void wait(Condition condition)
     {
-        test::Recorder
-            clock; // waits with a deadline; with every fifth packet lost discovery alone may need one of them
+        // It waits with a deadline. With every fifth packet lost discovery alone may need one of them.
+        const test::Recorder clock;
         if (!clock.wait(condition) && !clock.wait(condition)) {
             throw std::runtime_error("it did not come in time");
         }
@@ -141,17 +172,23 @@ private:
         std::string prefix;
         words >> prefix;
         const std::size_t count = number(words);
+        std::vector<std::string> arguments{std::istream_iterator<std::string>{words}, {}};
+        const test::OptionList options = parse_options(arguments);
         for (std::size_t i = 0; i < count; ++i) {
-            if (sources_.size() == test::sent_max) {
-                throw std::invalid_argument("more sources than the board has room for");
-            }
-            lbm_topic_t* topic = nullptr;
-            test::check(lbm_src_topic_alloc(&topic, ctx_.get(), (prefix + '.' + std::to_string(i)).c_str(), nullptr));
-            lbm_src_t* raw = nullptr;
-            test::check(lbm_src_create(&raw, ctx_.get(), topic, &on_source_event, this, nullptr));
-            sources_.emplace_back(raw);
-            board_->sources = static_cast<std::uint32_t>(sources_.size());
+            open_one(prefix + '.' + std::to_string(i), options);
         }
+    }
+
+    void open_one(const std::string& name, const test::OptionList& options)
+    {
+        if (sources_.size() == test::sent_max) {
+            throw std::invalid_argument("more sources than the board has room for");
+        }
+        lbm_topic_t* const topic = test::source_topic(ctx_, name, options);
+        lbm_src_t* raw = nullptr;
+        test::check(lbm_src_create(&raw, ctx_.get(), topic, &on_source_event, this, nullptr));
+        sources_.emplace_back(raw);
+        board_->sources = static_cast<std::uint32_t>(sources_.size());
     }
 
     static int on_source_event(lbm_src_t*, int event, void*, void* clientd)
@@ -165,22 +202,36 @@ private:
         return 0;
     }
 
-    void send(std::size_t count)
+    /// The last round leaves nothing behind in a frame that is being collected.
+    void send(std::size_t count, int flags)
     {
-        for (std::size_t n = 0; n < count; ++n) {
+        for (std::size_t n = 1; n <= count; ++n) {
             for (std::size_t i = 0; i < sources_.size(); ++i) {
-                send_one(sources_[i].get(), board_->sent[i]);
+                send_one(sources_[i].get(), board_->sent[i], n == count ? flags | LBM_MSG_FLUSH : flags);
             }
         }
+        note_written();
     }
 
-    static void send_one(lbm_src_t* source, test::Sent& sent)
+    static void send_one(lbm_src_t* source, test::Sent& sent, int flags)
     {
         std::string payload = std::to_string(sent.accepted);
         payload.resize(payload_bytes, ' ');
         sent.tried = sent.accepted + 1;
-        test::check(lbm_src_send(source, payload.data(), payload.size(), 0));
+        test::check(lbm_src_send(source, payload.data(), payload.size(), flags));
         sent.accepted = sent.tried.load();
+    }
+
+    /// With less sent than the window takes, the engine has had room for everything, and what it takes it sends.
+    void note_written()
+    {
+        std::uint64_t messages = 0;
+        for (std::size_t i = 0; i < sources_.size(); ++i) {
+            messages += board_->sent[i].accepted;
+        }
+        for (std::size_t i = 0; messages < window_bytes_ / message_bytes_max && i < sources_.size(); ++i) {
+            board_->sent[i].written = board_->sent[i].accepted.load();
+        }
     }
 
     void flow(std::size_t count, std::chrono::milliseconds pause)
@@ -190,7 +241,7 @@ private:
             std::unique_lock lock{flow_mutex_};
             while (flowing_) {
                 lock.unlock();
-                send(count);
+                send(count, 0);
                 lock.lock();
                 halted_.wait_for(lock, pause, [this] { return !flowing_; });
             }
@@ -223,6 +274,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     bool held_ = false;
+    const std::uint64_t window_bytes_;
     test::ContextHandle ctx_;
     test::WildcardHandle receiver_;
     std::vector<test::SourceHandle> sources_;
@@ -232,26 +284,13 @@ private:
     std::thread flow_;
 };
 
-test::OptionList parse_options(int argc, char** argv, std::vector<std::string>& names)
-{
-    test::OptionList options;
-    names.reserve(static_cast<std::size_t>(argc)); // the list points into it
-    for (int i = 2; i < argc; ++i) {
-        const std::string argument = argv[i];
-        const std::size_t equals = argument.find('=');
-        names.push_back(argument.substr(0, equals));
-        options.emplace_back(names.back().c_str(), argument.substr(equals + 1));
-    }
-    return options;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     try {
-        std::vector<std::string> names;
-        FaultPeer peer{argc > 1 ? argv[1] : "", parse_options(argc, argv, names)};
+        std::vector<std::string> arguments(argv + std::min(argc, 2), argv + argc);
+        FaultPeer peer{argc > 1 ? argv[1] : "", parse_options(arguments)};
         std::cout << "ok" << std::endl;
         for (std::string line; std::getline(std::cin, line);) {
             peer.obey(line);

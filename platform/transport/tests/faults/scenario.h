@@ -33,6 +33,9 @@ public:
     /// How it heard a source of the sender, whose sources have numbers from 0; null if it did not.
     const Heard* heard(const FaultProcess& sender, std::uint32_t source) const;
 
+    /// Packets that the kernel threw away at its receiver while it was killed: it cannot send them again.
+    std::uint64_t unrepeated = 0;
+
 private:
     std::string name_;
     BoardPtr board_; ///< before the process: it must find a file of the right size

@@ -1,0 +1,132 @@
+/// Processes that stand still for a while and go on.
+#include <csignal>
+
+#include "fault_scenario.h"
+
+namespace test {
+namespace {
+
+constexpr std::chrono::milliseconds short_stop{200};
+constexpr std::size_t publishers_stopped = 5;
+constexpr std::size_t sources_each = 4;
+
+class Stops : public FaultScenario {
+protected:
+    /// All stand still at once; `during` is what happens then.
+    template <class During>
+    void stop_all(const std::vector<FaultProcess*>& publishers, const FaultProcess& listener, During during)
+    {
+        for (FaultProcess* const publisher : publishers) {
+            publisher->child().stop();
+        }
+        during();
+        for (FaultProcess* const publisher : publishers) {
+            publisher->child().signal(SIGCONT);
+        }
+        for (FaultProcess* const publisher : publishers) {
+            await_progress(listener, *publisher);
+        }
+    }
+
+    Account close_all(const std::vector<FaultProcess*>& publishers, FaultProcess& listener)
+    {
+        for (FaultProcess* const publisher : publishers) {
+            publisher->tell("close");
+            await_ends(listener, *publisher);
+        }
+        return balance({&listener});
+    }
+};
+
+TEST_F(Stops, PublisherStoppedShortly50Times)
+{
+    FaultProcess& listener = start_listener(mortal);
+    const auto publishers = start_publishers(publishers_stopped, mortal, "flow 10 5");
+    for (FaultProcess* const publisher : publishers) {
+        await_progress(listener, *publisher);
+    }
+    for (int round = 0; round < 10; ++round) {
+        stop_all(publishers, listener, [] { last(short_stop); });
+    }
+    const Account account = close_all(publishers, listener);
+    expect_all_delivered(account);
+    expect_one_life_each(account, publishers_stopped * sources_each);
+}
+
+TEST_F(Stops, PublisherStoppedLong30Times)
+{
+    constexpr std::size_t rounds = 6;
+    FaultProcess& listener = start_listener(hasty);
+    const auto publishers = start_publishers(publishers_stopped, hasty, "flow 10 5");
+    for (std::size_t round = 0; round < rounds; ++round) {
+        stop_all(publishers, listener, [&] {
+            for (const FaultProcess* const publisher : publishers) {
+                await_ends(listener, *publisher);
+            }
+        });
+    }
+    const Account account = close_all(publishers, listener);
+    EXPECT_GE(account.begins, publishers_stopped * sources_each * (rounds + 1)) << "every source returned each time";
+    EXPECT_EQ(account.died, 0U);
+}
+
+TEST_F(Stops, ReceiverStoppedShortly50Times)
+{
+    FaultProcess& listener = start_listener(patient);
+    FaultProcess& publisher = start_publisher(patient);
+    publisher.tell("flow 20 1");
+    await_progress(listener, publisher);
+    for (int round = 0; round < 50; ++round) {
+        listener.child().stop();
+        last(short_stop / 2);
+        listener.child().signal(SIGCONT);
+        await_progress(listener, publisher);
+    }
+    const Account account = close_all({&publisher}, listener);
+    expect_all_delivered(account);
+    expect_one_life_each(account, sources_each);
+}
+
+TEST_F(Stops, ReceiverStoppedLong6Times)
+{
+    FaultProcess& listener = start_listener(hasty);
+    FaultProcess& publisher = start_publisher(hasty);
+    publisher.tell("flow 100 1");
+    for (int round = 0; round < 6; ++round) {
+        listener.child().stop();
+        await("the publisher misses its receiver", [&] { return publisher.board().connected == 0; });
+        listener.child().signal(SIGCONT);
+        await_progress(listener, publisher);
+    }
+    EXPECT_EQ(close_all({&publisher}, listener).died, 0U);
+}
+
+// Far more is sent than a writer keeps: a sender that waits for its slowest receiver would have to.
+TEST_F(Stops, ReceiverStoppedBesideLosingSources)
+{
+    FaultProcess& healthy = start_listener(patient);
+    FaultProcess& stopped = start_listener(patient);
+    FaultProcess& publisher = start_publisher(patient, "when_full=lose");
+    publisher.tell("flow 1 5");
+    await_progress(healthy, publisher);
+    await_progress(stopped, publisher);
+    publisher.tell("halt");
+    stopped.child().stop();
+    publisher.tell("push 40000");
+    publisher.tell("close");
+    await_ends(healthy, publisher);
+    for (std::uint32_t i = 0; i < sources_each; ++i) {
+        EXPECT_EQ(stopped.heard(publisher, i)->ends, 0U) << "it was to stand still until here";
+    }
+    stopped.child().signal(SIGCONT);
+    await_ends(stopped, publisher);
+    const Account account = balance({&healthy, &stopped});
+    expect_one_life_each(account, 2 * sources_each);
+    EXPECT_EQ(account.died, 0U);
+    for (std::uint32_t i = 0; i < sources_each; ++i) {
+        EXPECT_GT(stopped.heard(publisher, i)->lost, 0U) << "more was sent than is kept for it";
+    }
+}
+
+} // namespace
+} // namespace test
