@@ -24,10 +24,10 @@ std::string option(const std::string& name, const std::string& value)
 /// The options of one of the identities in a folder that scripts/make-test-certificates.sh has filled.
 std::string security_options(const std::string& folder, const std::string& identity)
 {
-    return option("security_identity_ca", folder + "/authority.cert.pem") +
+    return option("security_identity_ca", folder + "/identity-authority.cert.pem") +
            option("security_identity_certificate", folder + "/" + identity + ".cert.pem") +
            option("security_private_key", folder + "/" + identity + ".key.pem") +
-           option("security_permissions_ca", folder + "/authority.cert.pem") +
+           option("security_permissions_ca", folder + "/permissions-authority.cert.pem") +
            option("security_governance", folder + "/governance.p7s") +
            option("security_permissions", folder + "/permissions.p7s");
 }

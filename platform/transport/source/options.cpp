@@ -66,7 +66,7 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
     text(Scope::context, "security_private_key", 0, path_bytes_max, "",
          "File of that certificate's private key, without a password"),
     text(Scope::context, "security_permissions_ca", 0, path_bytes_max, "",
-         "File of the certificate of the authority that signs the two documents"),
+         "File of the certificate of the authority that signs the two documents, not that of identities"),
     text(Scope::context, "security_governance", 0, path_bytes_max, "",
          "File of the signed document that says what holds for everybody"),
     text(Scope::context, "security_permissions", 0, path_bytes_max, "",

@@ -81,11 +81,17 @@ Store trusting(X509* authority)
     return store;
 }
 
+StoreContext verification(const Store& store, X509* certificate)
+{
+    StoreContext context{X509_STORE_CTX_new()};
+    X509_STORE_CTX_init(context.get(), store.get(), certificate, nullptr);
+    return context;
+}
+
 void check_certificate(const NamedFile& file, X509* certificate, const NamedFile& authority_file, X509* authority)
 {
     const Store store = trusting(authority);
-    const StoreContext context{X509_STORE_CTX_new()};
-    X509_STORE_CTX_init(context.get(), store.get(), certificate, nullptr);
+    const StoreContext context = verification(store, certificate);
     if (X509_verify_cert(context.get()) == 1) {
         return;
     }
@@ -122,6 +128,14 @@ std::string last_reason()
     return text;
 }
 
+/// A document counts as signed by the authority when anybody whom that has certified signed it.
+void check_certifies_no_identity(const NamedFile& file, const Store& store, X509* identity)
+{
+    if (X509_verify_cert(verification(store, identity).get()) == 1) {
+        refuse(file, "this authority certifies identities, too, and each of them could sign permissions; use another");
+    }
+}
+
 void check_document(const NamedFile& file, const NamedFile& authority_file, const Store& store)
 {
     const std::string bytes = contents(file);
@@ -156,6 +170,7 @@ void SecurityFiles::check() const
     check_key(private_key(), identity_certificate(), identity.get());
     const Certificate permissions_authority = read_certificate(permissions_ca());
     const Store store = trusting(permissions_authority.get());
+    check_certifies_no_identity(permissions_ca(), store, identity.get());
     check_document(governance(), permissions_ca(), store);
     check_document(permissions(), permissions_ca(), store);
 }

@@ -119,10 +119,17 @@ TEST_F(SecurityFilesTest, GivenAnotherIdentitysKey_WhenChecked_ThenItDoesNotBelo
 TEST_F(SecurityFilesTest, GivenWhatAnotherAuthoritySigned_WhenChecked_ThenRefused)
 {
     const test::Certificates other;
-    expect_refused("security_identity_certificate", other.path("price-server.cert.pem"), "signature failure");
+    expect_refused("security_identity_certificate", other.path("price-server.cert.pem"), "local issuer certificate");
     expect_refused("security_governance", other.path("governance.p7s"),
-                   "is not as " + certificates.path("authority.cert.pem") + " signed it");
+                   "is not as " + certificates.path("permissions-authority.cert.pem") + " signed it");
     expect_refused("security_permissions", other.path("permissions.p7s"), "signed it");
+}
+
+TEST_F(SecurityFilesTest, GivenTheAuthorityOfIdentities_WhenItIsToSignPermissionsToo_ThenRefused)
+{
+    const std::string what = "certifies identities, too, and each of them could sign permissions";
+    expect_refused("security_permissions_ca", certificates.path("identity-authority.cert.pem"), what);
+    expect_refused("security_permissions_ca", write("copy", content("identity-authority.cert.pem")), what);
 }
 
 TEST_F(SecurityFilesTest, GivenAChangedDocument_WhenChecked_ThenItsSignatureFails)

@@ -169,6 +169,19 @@ TEST_F(Security, GivenAnOrdinaryCertificate_WhenItsOwnerForgesOperations_ThenNot
     EXPECT_EQ(heard.count(LBM_MSG_BOS, "TRIAGE.ACTION"), 0U);
 }
 
+TEST_F(Security, GivenAnOrdinaryCertificate_WhenItsOwnerSignsPermissionsForItself_ThenItIsNotHeard)
+{
+    const auto hostile = start_hostile(certificates.self_permitted("price-server"));
+    const auto known = start("price-server"); // later than the other, which would be heard before it
+    known->tell("source DATA.KNOWN");
+    for (int round = 0; round < 20; ++round) {
+        hostile->tell("write");
+        ASSERT_TRUE(is_heard(*known, "DATA.KNOWN"));
+    }
+    EXPECT_EQ(heard.count(LBM_MSG_DATA, "TRIAGE.ACTION"), 0U);
+    EXPECT_EQ(heard.count(LBM_MSG_DATA, "OTHER.A"), 0U);
+}
+
 TEST_F(Security, GivenOperationsCertificate_WhenWrittenByHandInTheSameWay_ThenWhatItsPartitionCoversIsDelivered)
 {
     const auto operations = start_hostile(certificates.options("operations"));

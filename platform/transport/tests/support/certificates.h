@@ -20,6 +20,10 @@ public:
     /// The options of a context that has one of the script's identities.
     OptionList options(const std::string& identity) const;
 
+    /// The same, with a policy that the identity itself has signed and that guards nothing. Its own engine takes it,
+    /// being told to trust whatever the authority of identities has certified.
+    OptionList self_permitted(const std::string& identity) const;
+
 private:
     std::string folder_;
 };
