@@ -32,9 +32,11 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
     , catalogue_topic_(make_packet_topic(participant, catalogue_topic))
     , waitset_(dds_create_waitset(participant), "dds_create_waitset")
     , posted_(dds_create_guardcondition(participant), "dds_create_guardcondition")
+    , sender_news_(dds_create_readcondition(senders_.news(), DDS_ANY_STATE), "dds_create_readcondition")
     , catalogue_(make_reader(catalogue_topic_.get(), catalogue_qos().get()))
 {
     check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
+    check_dds(dds_waitset_attach(waitset_.get(), sender_news_.get(), 0), "dds_waitset_attach");
     if (faults.any()) {
         faults_.emplace(faults, [this](const StreamId& stream, SourceTracker::ReaderId reader, ByteView body) {
             decode_frame(body, frame_); // which it has been before
@@ -195,6 +197,9 @@ void Intake::drain_all(std::size_t batches)
     if (faults_) {
         faults_->let_go_due(now);
     }
+    for (const ParticipantKey& participant : senders_.take_gone()) {
+        tracker_.participant_gone(participant, now);
+    }
     tracker_.tick(now);
     counters_.copies_dropped.raise_to(tracker_.duplicates());
     Clock::time_point due = tracker_.next_due().value_or(now + longest_wait);
@@ -258,7 +263,8 @@ bool Intake::take_some(dds_entity_t reader, std::size_t batches, std::vector<Key
             const auto& packet = *static_cast<const qx_wire_Packet*>(loans[i]);
             Key key{{}, packet.part};
             std::copy_n(packet.context, key.context.bytes.size(), key.context.bytes.begin());
-            const bool alive = infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE;
+            // None of us ever disposes: who does so disposes of what is another's.
+            const bool alive = infos[i].instance_state != DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
             if (infos[i].valid_data) {
                 const Sender* const sender = senders_.find(infos[i].publication_handle);
                 if (sender != nullptr && key.context.is_of(sender->participant)) {

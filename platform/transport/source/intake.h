@@ -108,7 +108,8 @@ private:
     DdsEntity catalogue_topic_;
     DdsEntity answers_topic_;
     DdsEntity waitset_;
-    DdsEntity posted_; ///< ends a wait
+    DdsEntity posted_;      ///< ends a wait
+    DdsEntity sender_news_; ///< the same
     SourceTracker::ReaderId next_reader_ = 0;
     Reader catalogue_;
     std::map<std::string, Reader> readers_;

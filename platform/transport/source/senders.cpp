@@ -79,12 +79,28 @@ void Senders::refresh(SteadyClock::time_point now)
             const auto known = senders_.find(handle);
             if (infos[i].instance_state != DDS_ALIVE_INSTANCE_STATE && known != senders_.end()) {
                 known->second.gone_since = now;
+                bereft_.insert(known->second.participant);
             }
         }
         dds_return_loan(publications_.get(), loans.data(), taken);
         loans.fill(nullptr);
     }
     forget(now);
+}
+
+std::set<ParticipantKey> Senders::take_gone()
+{
+    std::set<ParticipantKey> gone;
+    gone.swap(bereft_);
+    if (gone.empty()) {
+        return gone;
+    }
+    for (const auto& [handle, sender] : senders_) {
+        if (!sender.gone_since) {
+            gone.erase(sender.participant);
+        }
+    }
+    return gone;
 }
 
 void Senders::learn(const dds_builtintopic_endpoint_t& writer, dds_instance_handle_t handle)

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 
@@ -38,12 +39,19 @@ public:
     /// Learns of writers that came and went. Without it what the engine tells would pile up.
     void refresh(std::chrono::steady_clock::time_point now);
 
+    /// The participants whose last writer went since the last call.
+    std::set<ParticipantKey> take_gone();
+
+    /// Has something to read when writers have come or gone.
+    dds_entity_t news() const noexcept { return publications_.get(); }
+
 private:
     void learn(const dds_builtintopic_endpoint_t& writer, dds_instance_handle_t handle);
     void forget(std::chrono::steady_clock::time_point now);
 
     DdsEntity publications_;
     std::unordered_map<dds_instance_handle_t, Sender> senders_;
+    std::set<ParticipantKey> bereft_; ///< participants of which a writer went
     std::chrono::steady_clock::time_point last_forget_{};
 };
 

@@ -250,6 +250,19 @@ void SourceTracker::page_gone(const ContextId& id, std::uint32_t page, Clock::ti
     context.pages.erase(page);
 }
 
+void SourceTracker::participant_gone(const ParticipantKey& participant, Clock::time_point now)
+{
+    for (auto& [id, context] : contexts_) {
+        if (!id.is_of(participant)) {
+            continue;
+        }
+        for (const auto& [number, entry] : context.sources) {
+            start_ending(id, number, now);
+        }
+        context.pages.clear();
+    }
+}
+
 void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now)
 {
     std::unordered_map<std::uint32_t, Entry>& sources = contexts_[id].sources;

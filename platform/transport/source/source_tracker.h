@@ -3,7 +3,8 @@
 ///
 /// Ends      a close message; a closed catalogue entry, or a page that is gone or lists the source no more, once its
 ///           stream has been quiet for `end_grace`, or `repair_grace` while data is missing (it may still be on its
-///           way), and after `repair_grace` in any case; the loss of the stream's sender.
+///           way), and after `repair_grace` in any case; the loss of the stream's sender; the same quiet once all of
+///           the sender's participant is gone.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
@@ -74,6 +75,8 @@ public:
 
     void page(const ContextId& id, std::uint32_t page, std::span<const CatalogueEntry> entries, Clock::time_point now);
     void page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now);
+    /// Nothing of the participant is there any more, whatever others keep alive in its name.
+    void participant_gone(const ParticipantKey& participant, Clock::time_point now);
 
     /// Ends sources whose grace is over and forgets what is old. Call it at `next_due`, or more often.
     void tick(Clock::time_point now);

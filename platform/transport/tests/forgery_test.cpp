@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -107,12 +109,8 @@ TEST_F(Forgery, GivenAnotherContextsName_WhenUsedInFramesAndPages_ThenAllIsRefus
     const dds_entity_t pages = peer.writer(catalogue_topic, {});
     test::wait_for_readers(frames);
     test::wait_for_readers(pages);
-    CatalogueBook book;
-    Bytes page;
-    book.add(7, 0, guarded_topic);
-    ASSERT_EQ(book.first_dirty(page), 0U);
     test::write_packet(frames, victim.context(), 0, test::frame_of(guarded_topic, 7, 1));
-    test::write_packet(pages, victim.context(), 0, page);
+    test::write_packet(pages, victim.context(), 0, test::page_of(guarded_topic, 7));
     EXPECT_TRUE(is_refused(2));
     EXPECT_THAT(guarded.seen(), IsEmpty());
 }
@@ -123,16 +121,69 @@ TEST_F(Forgery, GivenASourceAnnouncedUnderTheGuardedTopic_WhenItsNumberSpeaksEls
     const dds_entity_t pages = peer.writer(catalogue_topic, {});
     test::wait_for_readers(frames);
     test::wait_for_readers(pages);
-    CatalogueBook book;
-    Bytes page;
-    book.add(7, 0, guarded_topic);
-    ASSERT_EQ(book.first_dirty(page), 0U);
-    test::write_packet(pages, peer.context(), 0, page);
+    test::write_packet(pages, peer.context(), 0, test::page_of(guarded_topic, 7));
     ASSERT_TRUE(guarded.wait_for(LBM_MSG_BOS));
     test::write_packet(frames, peer.context(), 0, test::frame_of("OTHER.A", 7, 1));
     EXPECT_TRUE(is_refused());
     EXPECT_EQ(delivered(), 0U);
     EXPECT_EQ(delivered("OTHER.A"), 0U);
+}
+
+/// A victim whose source is heard, and a hostile peer's writers where the victim has its own.
+class ForeignEnds : public Forgery {
+protected:
+    ForeignEnds()
+    {
+        for (const dds_entity_t writer : {frames, pages}) {
+            test::wait_for_readers(writer);
+        }
+        const dds_entity_t victims_frames = victim->writer(frames_topic, {"t:TRIAGE"});
+        const dds_entity_t victims_pages = victim->writer(catalogue_topic, {});
+        test::wait_for_readers(victims_frames);
+        test::wait_for_readers(victims_pages);
+        test::write_packet(victims_pages, name, 0, test::page_of(guarded_topic, 7));
+        test::write_packet(victims_frames, name, 0, test::frame_of(guarded_topic, 7, 1));
+        if (!guarded.wait_for(LBM_MSG_DATA)) {
+            throw std::runtime_error("the victim is not heard");
+        }
+    }
+
+    std::unique_ptr<test::HandmadePeer> victim = std::make_unique<test::HandmadePeer>();
+    const ContextId name = victim->context();
+    dds_entity_t frames = peer.writer(frames_topic, {"t:TRIAGE"});
+    dds_entity_t pages = peer.writer(catalogue_topic, {});
+};
+
+TEST_F(ForeignEnds, GivenAPeer_WhenItDisposesOfAnothersStreamAndPage_ThenTheSourceGoesOn)
+{
+    test::write_packet(pages, peer.context(), 0, test::page_of("TRIAGE.OWN", 8));
+    ASSERT_TRUE(everything.wait([&] { return everything.count(LBM_MSG_BOS, "TRIAGE.OWN") == 1; }));
+    test::dispose(frames, name, 0);
+    test::dispose(pages, name, 0);
+    // Its own page then lists that source no more, and ends it later than the other one would have ended.
+    test::write_packet(pages, peer.context(), 0, test::page_of("TRIAGE.NEXT", 9));
+    ASSERT_TRUE(everything.wait([&] { return everything.count(LBM_MSG_EOS, "TRIAGE.OWN") == 1; }));
+    EXPECT_EQ(guarded.count(LBM_MSG_EOS), 0U);
+}
+
+TEST_F(ForeignEnds, GivenAPeerThatHasDisposedOfAStreamAndPage_WhenTheirOwnerGoes_ThenTheSourceEnds)
+{
+    test::dispose(frames, name, 0);
+    test::dispose(pages, name, 0);
+    test::write_packet(frames, peer.context(), 0, test::frame_of("TRIAGE.OWN", 8, 1));
+    ASSERT_TRUE(everything.wait([&] { return everything.count(LBM_MSG_DATA, "TRIAGE.OWN") == 1; }));
+    victim.reset();
+    EXPECT_TRUE(guarded.wait_for(LBM_MSG_EOS));
+}
+
+TEST_F(ForeignEnds, GivenAPeerThatWritesInAnothersName_WhenThatGoes_ThenItsSourceEndsAllTheSame)
+{
+    test::write_packet(frames, name, 0, test::frame_of(guarded_topic, 7, 2));
+    test::write_packet(pages, name, 0, test::page_of(guarded_topic, 7));
+    ASSERT_TRUE(is_refused(2));
+    victim.reset();
+    EXPECT_TRUE(guarded.wait_for(LBM_MSG_EOS));
+    EXPECT_EQ(guarded.count(LBM_MSG_EOS), 1U);
 }
 
 TEST_F(Forgery, GivenAWriterThatIsGone_WhenItsPacketsAreLookedAt_ThenItIsStillKnownForAWhile)

@@ -78,6 +78,23 @@ void write_packet(dds_entity_t writer, const qx::transport::ContextId& context, 
     made(dds_write(writer, &packet), "dds_write");
 }
 
+void dispose(dds_entity_t writer, const qx::transport::ContextId& context, std::uint32_t part)
+{
+    qx_wire_Packet packet{};
+    std::ranges::copy(context.bytes, packet.context);
+    packet.part = part;
+    made(dds_dispose(writer, &packet), "dds_dispose");
+}
+
+qx::transport::Bytes page_of(std::string_view topic, std::uint32_t source)
+{
+    qx::transport::CatalogueBook book;
+    qx::transport::Bytes page;
+    book.add(source, 0, topic);
+    book.first_dirty(page);
+    return page;
+}
+
 qx::transport::Bytes frame_of(std::string_view topic, std::uint32_t source, std::uint32_t sequence)
 {
     qx::transport::FrameBuilder frame{1'024};

@@ -41,6 +41,12 @@ void wait_for_readers(dds_entity_t writer, std::size_t count = 1);
 void write_packet(dds_entity_t writer, const qx::transport::ContextId& context, std::uint32_t part,
                   qx::transport::Bytes body);
 
+/// Says that what is under that key is no more.
+void dispose(dds_entity_t writer, const qx::transport::ContextId& context, std::uint32_t part);
+
+/// A catalogue page with that open source, of stream 0.
+qx::transport::Bytes page_of(std::string_view topic, std::uint32_t source);
+
 /// A frame with one message of data of that source; frame and message have the same sequence number.
 qx::transport::Bytes frame_of(std::string_view topic, std::uint32_t source, std::uint32_t sequence);
 
