@@ -5,14 +5,21 @@
 
 #include "attributes.h"
 #include "context.h"
+#include "context_warnings.h"
 #include "error.h"
-#include "exposure.h"
 #include "fork_guard.h"
 
 using qx::transport::Context;
 using qx::transport::ContextSettings;
+using qx::transport::ContextWarnings;
 using qx::transport::guarded_live;
 using qx::transport::require;
+
+namespace {
+
+constinit ContextWarnings process_warnings;
+
+} // namespace
 
 int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_context_event_cb_proc, void*)
 {
@@ -20,7 +27,7 @@ int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_
         require(ctx, "ctx");
         auto handle = std::make_unique<lbm_context>();
         ContextSettings settings{attr != nullptr ? static_cast<const ContextSettings&>(*attr) : ContextSettings{}};
-        qx::transport::warn_if_exposed(settings.options);
+        process_warnings.give(settings.options);
         handle->context = std::make_shared<Context>(std::move(settings));
         *ctx = handle.release();
     });
