@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,9 @@ public:
     Network(std::size_t receivers, bool literal)
         : heard_(receivers)
     {
+        if (receivers == 0) {
+            throw std::invalid_argument("somebody has to listen");
+        }
         for (std::size_t i = 0; i < receivers; ++i) {
             const std::string group = receivers == 1 ? R"(\d+)" : std::to_string(i);
             inflow_.add(make_receiver((literal ? R"(M\.)" : R"([M]\.)") + group + R"(\.\d+)", heard_[i]));
