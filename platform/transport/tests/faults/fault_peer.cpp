@@ -125,7 +125,8 @@ private:
     {
         // It waits with a deadline. With every fifth packet lost discovery alone may need one of them.
         const test::Recorder clock;
-        if (!clock.wait(condition) && !clock.wait(condition)) {
+        const bool soon = clock.wait(condition);
+        if (!soon && !clock.wait(condition)) {
             throw std::runtime_error("it did not come in time");
         }
     }

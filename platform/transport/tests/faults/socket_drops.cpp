@@ -35,7 +35,7 @@ std::uint64_t packets_dropped(pid_t pid)
     while (std::getline(table, line)) {
         std::istringstream words{line};
         const std::vector<std::string> fields{std::istream_iterator<std::string>{words}, {}};
-        if (fields.size() > inode && own.count("socket:[" + fields[inode] + ']') != 0) {
+        if (fields.size() > inode && own.contains("socket:[" + fields[inode] + ']')) {
             dropped += std::stoull(fields.back());
         }
     }
