@@ -24,6 +24,7 @@ bool decode_page(ByteView bytes, std::vector<CatalogueEntry>& out)
         entry.source = in.number<std::uint32_t>();
         entry.stream = in.number<std::uint32_t>();
         entry.final_sequence = in.number<std::uint32_t>();
+        entry.frames = in.number<std::uint64_t>();
         entry.topic = in.text(topic_bytes);
         if (!in.ok() || !is_wire_topic(entry.topic)) {
             return false;
@@ -36,12 +37,13 @@ bool decode_page(ByteView bytes, std::vector<CatalogueEntry>& out)
 void CatalogueBook::add(std::uint32_t source, std::uint32_t stream, std::string_view topic)
 {
     const std::size_t slot = free_slot();
-    slots_[slot] = {true, true, source, stream, 0, std::string{topic}};
+    slots_[slot] = {true, true, source, stream, 0, 0, std::string{topic}};
     slot_of_[source] = slot;
     mark(slot);
 }
 
-void CatalogueBook::close(std::uint32_t source, std::uint32_t final_sequence, Clock::time_point now)
+void CatalogueBook::close(std::uint32_t source, std::uint32_t final_sequence, std::uint64_t frames,
+                          Clock::time_point now)
 {
     reuse_closed(now);
     const auto found = slot_of_.find(source);
@@ -51,6 +53,7 @@ void CatalogueBook::close(std::uint32_t source, std::uint32_t final_sequence, Cl
     Slot& slot = slots_[found->second];
     slot.open = false;
     slot.final_sequence = final_sequence;
+    slot.frames = frames;
     mark(found->second);
     closed_.push_back({found->second, now});
     slot_of_.erase(found);
@@ -107,6 +110,7 @@ void CatalogueBook::encode(std::uint32_t page, Bytes& out) const
         put(out, slot->source);
         put(out, slot->stream);
         put(out, slot->final_sequence);
+        put(out, slot->frames);
         put(out, std::string_view{slot->topic});
     }
 }

@@ -31,10 +31,10 @@ void CatalogueWriter::add(const LocalSource& source)
     arm();
 }
 
-void CatalogueWriter::close_source(std::uint32_t source, std::uint32_t final_sequence)
+void CatalogueWriter::close_source(const LocalSource& source)
 {
     const std::lock_guard lock{mutex_};
-    book_.close(source, final_sequence, Clock::now());
+    book_.close(source.number, source.next, source.frames, Clock::now());
     arm();
 }
 
@@ -158,7 +158,7 @@ void Publisher::close_source(LocalSource& source, const SendWait& wait)
     const std::lock_guard lock{mutex_};
     sources_.erase(source.number);
     if (catalogue_) {
-        catalogue_->close_source(source.number, source.next);
+        catalogue_->close_source(source);
     }
 }
 

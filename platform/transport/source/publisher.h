@@ -23,7 +23,7 @@ public:
     CatalogueWriter(dds_entity_t participant, const ContextId& context, Flusher& flusher);
 
     void add(const LocalSource& source);
-    void close_source(std::uint32_t source, std::uint32_t final_sequence);
+    void close_source(const LocalSource& source);
 
     void close() noexcept;
 

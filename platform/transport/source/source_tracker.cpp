@@ -212,7 +212,7 @@ void SourceTracker::page(const ContextId& id, std::uint32_t page, std::span<cons
     std::vector<std::uint32_t>& before = context.pages[page];
     for (const std::uint32_t source : before) {
         if (!std::binary_search(listed.begin(), listed.end(), source)) {
-            start_ending(id, source, now);
+            start_ending(id, source, now, true);
         }
     }
     before = std::move(listed);
@@ -236,7 +236,7 @@ void SourceTracker::list(const ContextId& id, Context& context, const CatalogueE
         live(context, {id, listed.source}, listed.stream, listed.topic, 0);
     }
     if (entry.open()) {
-        entry.final_sequence = listed.final_sequence;
+        entry.last_word = {listed.final_sequence, listed.frames};
         start_ending(id, listed.source, now);
     }
 }
@@ -263,7 +263,7 @@ void SourceTracker::participant_gone(const ParticipantKey& participant, Clock::t
     }
 }
 
-void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now)
+void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now, bool unlisted)
 {
     std::unordered_map<std::uint32_t, Entry>& sources = contexts_[id].sources;
     const auto found = sources.find(source);
@@ -271,7 +271,7 @@ void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Cloc
         return;
     }
     found->second.ending_since = now;
-    endings_.push_back({{id, source}, now, now + end_grace});
+    endings_.push_back({{id, source}, now, now + end_grace, unlisted});
 }
 
 void SourceTracker::tick(Clock::time_point now)
@@ -289,6 +289,19 @@ void SourceTracker::tick(Clock::time_point now)
     }
 }
 
+/// Frames come in order: once a later one is here, those before it are here or lost.
+Clock::time_point SourceTracker::end_of(const Ending& ending, const Entry& entry, const Stream& stream)
+{
+    const Clock::time_point quiet_since = std::max(stream.active, ending.since);
+    if (!entry.last_word) {
+        const Clock::time_point quiet = quiet_since + end_grace;
+        return ending.unlisted ? std::min(quiet, ending.since + repair_grace) : quiet;
+    }
+    const bool complete = entry.last_word->sequence == entry.next.value_or(0);
+    const bool passed = stream.last && *stream.last + 1 >= entry.last_word->frames;
+    return complete || passed ? ending.since + end_grace : quiet_since + repair_grace;
+}
+
 void SourceTracker::finish(const Ending& ending, Clock::time_point now)
 {
     Context& context = contexts_[ending.source.context];
@@ -297,20 +310,19 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         return;
     }
     Entry& entry = found->second;
-    const bool complete = !entry.final_sequence || *entry.final_sequence == entry.next.value_or(0);
-    const Clock::time_point quiet_since = std::max(context.streams[entry.stream].active, ending.since);
-    const Clock::time_point end_at =
-        std::min(quiet_since + (complete ? end_grace : Clock::duration{repair_grace}), ending.since + repair_grace);
-    if (now < end_at) {
-        endings_.push_back({ending.source, ending.since, std::min(end_at, now + end_grace)});
+    const Stream& stream = context.streams[entry.stream];
+    if (const Clock::time_point end_at = end_of(ending, entry, stream); now < end_at) {
+        Ending later = ending;
+        later.due = std::min(end_at, now + end_grace);
+        endings_.push_back(later);
         return;
     }
-    if (!entry.final_sequence) {
+    if (!entry.last_word) {
         lose(entry, now);
         return;
     }
-    if (!context.streams[entry.stream].handed_over) {
-        advance(entry, *entry.final_sequence);
+    if (!stream.handed_over) {
+        advance(entry, entry.last_word->sequence);
     }
     close(context, ending.source.number, now);
 }

@@ -1,10 +1,10 @@
 /// Turns what arrives — frames, catalogue pages, the news that a sender is gone — into the life of each source: one
 /// beginning, its data in order, its losses in their place, one end.
 ///
-/// Ends      a close message; a closed catalogue entry, or a page that is gone or lists the source no more, once its
-///           stream has been quiet for `end_grace`, or `repair_grace` while data is missing (it may still be on its
-///           way), and after `repair_grace` in any case; the loss of the stream's sender; the same quiet once all of
-///           the sender's participant is gone.
+/// Ends      a close message; `end_grace` after a closed catalogue entry once all that the source said has come or can
+///           come no more, else when its stream has been quiet for `repair_grace`; the same grace of quiet after its
+///           page is gone or lists it no more, or all of the sender's participant is gone; the loss of the stream's
+///           sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
@@ -31,12 +31,9 @@ namespace qx::transport {
 
 inline constexpr std::chrono::milliseconds end_grace{500};
 
-/// The same for a closed source of which data is missing. The engine asks for what is missing at least every 8 s.
+/// The same for a closed source of which data is missing: the engine asks for what is missing at least every 8 s. Also
+/// the longest that a source goes on which its page lists no more: its stream may never be quiet.
 inline constexpr std::chrono::seconds repair_grace{10};
-
-/// How long a source whose sender was lost is remembered, for the gap after the sender's return; and a silent context
-/// with which sources it has closed, against late copies of old news.
-inline constexpr std::chrono::minutes ended_source_kept{5};
 
 /// A peer may not make us remember sources without end. Closed ones cost next to nothing as long as they were numbered
 /// and closed in much the same order; beyond so many runs of their numbers what lies between the lowest counts as
@@ -86,12 +83,16 @@ public:
     std::uint64_t refused() const noexcept { return refused_; }
 
 private:
+    struct LastWord {
+        std::uint32_t sequence; ///< that would have come next
+        std::uint64_t frames;   ///< of the stream, up to it
+    };
     /// An open source, or one whose sender was lost.
     struct Entry {
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
         std::optional<std::uint32_t> next;             ///< the sequence number that comes next, once one is known
-        std::optional<std::uint32_t> final_sequence;   ///< as a closed catalogue entry told it
+        std::optional<LastWord> last_word;             ///< as a closed catalogue entry told it
         std::optional<Clock::time_point> ending_since; ///< waits for the stream to be quiet
         Clock::time_point lost_at{};
 
@@ -115,6 +116,7 @@ private:
         SourceId source;
         Clock::time_point since;
         Clock::time_point due;
+        bool unlisted;
     };
 
     bool accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence);
@@ -125,8 +127,9 @@ private:
     void advance(Entry& entry, std::uint32_t sequence);
     void lose(Entry& entry, Clock::time_point now);
     void close(Context& context, std::uint32_t source, Clock::time_point now);
-    void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now);
+    void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now, bool unlisted = false);
     void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
+    static Clock::time_point end_of(const Ending& ending, const Entry& entry, const Stream& stream);
     void finish(const Ending& ending, Clock::time_point now);
     void forget(Clock::time_point now);
 

@@ -93,9 +93,11 @@ void StreamWriter::end(LocalSource& source, const SendWait& wait)
     }
     source.closed = true;
     sources_.erase(source.number);
+    source.frames = frames_begun(); // if there will be no room for more
     const WireMessage close{Kind::close, source.number, source.next, source.topic, {}, {}};
     make_room(lock, close, wait);
     append(close, wait.flush);
+    source.frames = frames_begun();
 }
 
 bool StreamWriter::try_end(LocalSource& source) noexcept
@@ -163,6 +165,11 @@ void StreamWriter::append(const WireMessage& message, bool at_once)
     } else {
         arm(last_write_ + policy_.gap);
     }
+}
+
+std::uint64_t StreamWriter::frames_begun() const
+{
+    return frame_.empty() ? sequence_ : sequence_ + 1;
 }
 
 void StreamWriter::arm(SteadyClock::time_point when)

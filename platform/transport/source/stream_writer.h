@@ -30,7 +30,8 @@ struct LocalSource {
     const std::shared_ptr<StreamWriter> stream;
 
     // Guarded by the stream's lock.
-    std::uint32_t next = 0; ///< sequence number; fixed once closed
+    std::uint32_t next = 0;   ///< sequence number; fixed once closed
+    std::uint64_t frames = 0; ///< of the stream that all it says is in; once closed
     bool closed = false;
     bool spoke = false;             ///< since its stream's last announcements
     std::uint8_t announcements = 0; ///< that are still to be made of `next`, unless it speaks
@@ -99,6 +100,7 @@ private:
     void accept(LocalSource& source, WireMessage message, const SendWait& wait);
     void make_room(Lock& lock, const WireMessage& like, const SendWait& wait);
     void append(const WireMessage& message, bool at_once);
+    std::uint64_t frames_begun() const;
     void arm(std::chrono::steady_clock::time_point when);
     dds_return_t write_frame();
     bool try_write();

@@ -13,7 +13,7 @@ namespace {
 
 const Clock::time_point start{std::chrono::hours{1}};
 
-/// What a receiver would have after every page was sent: "open" or the final number, by source.
+/// What a receiver would have after every page was sent: "open", or the final number and frames, by source.
 class Shelf {
 public:
     std::size_t take_from(CatalogueBook& book)
@@ -24,7 +24,8 @@ public:
             EXPECT_TRUE(decode_page(bytes, entries_));
             pages_[*page].clear();
             for (const CatalogueEntry& e : entries_) {
-                pages_[*page][e.source] = e.open ? "open" : std::to_string(e.final_sequence);
+                pages_[*page][e.source] =
+                    e.open ? "open" : std::to_string(e.final_sequence) + '/' + std::to_string(e.frames);
             }
             book.sent(*page);
             ++pages;
@@ -70,11 +71,11 @@ TEST(Catalogue, GivenAClosedSource_WhenSent_ThenItsFinalNumberIsListed)
 {
     CatalogueBook book;
     book.add(4, 0, "T");
-    book.close(4, 99, start);
-    book.close(4, 100, start);
+    book.close(4, 99, 8, start);
+    book.close(4, 100, 9, start);
     Shelf shelf;
     shelf.take_from(book);
-    EXPECT_THAT(shelf.sources(), ElementsAre(Pair(4, "99")));
+    EXPECT_THAT(shelf.sources(), ElementsAre(Pair(4, "99/8")));
 }
 
 TEST(Catalogue, GivenSourcesThatComeAndGo_WhenTimePasses_ThenPagesAreReused)
@@ -84,7 +85,7 @@ TEST(Catalogue, GivenSourcesThatComeAndGo_WhenTimePasses_ThenPagesAreReused)
     Clock::time_point now = start;
     for (std::uint32_t i = 0; i < 10 * page_entries_max; ++i) {
         book.add(i, 0, "T");
-        book.close(i, 0, now);
+        book.close(i, 0, 0, now);
         now += closed_entry_kept;
         EXPECT_LE(shelf.take_from(book), 2U);
     }
@@ -98,11 +99,11 @@ TEST(Catalogue, GivenManySourcesThatComeAndGoAtOnce_WhenTheirTimeIsNotOver_ThenT
     constexpr auto count = static_cast<std::uint32_t>(3 * closed_entries_max);
     for (std::uint32_t i = 0; i < count; ++i) {
         book.add(i, 0, "T");
-        book.close(i, 7, start);
+        book.close(i, 7, 1, start);
     }
     EXPECT_LE(shelf.take_from(book), closed_entries_max / page_entries_max + 1);
     EXPECT_LE(shelf.sources().size(), closed_entries_max);
-    EXPECT_THAT(shelf.sources(), Contains(Pair(count - 1, "7")));
+    EXPECT_THAT(shelf.sources(), Contains(Pair(count - 1, "7/1")));
 }
 
 TEST(Catalogue, GivenAPage_WhenCutAnywhereOrFollowedByBytes_ThenItIsRefused)

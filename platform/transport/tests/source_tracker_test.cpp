@@ -39,6 +39,10 @@ class SourceTrackerTest : public Test {
 protected:
     static WireMessage data(std::uint32_t sequence) { return {Kind::data, 7, sequence, "T", {}, "x"}; }
     static WireMessage close(std::uint32_t sequence) { return {Kind::close, 7, sequence, "T", {}, {}}; }
+    static CatalogueEntry closed_entry(std::uint32_t next, std::uint64_t frames)
+    {
+        return {false, 7, 0, next, frames, "T"};
+    }
     static WireMessage sync(std::uint32_t sequence) { return {Kind::sync, 7, sequence, "T", {}, {}}; }
 
     void frame(std::uint64_t stream_sequence, std::vector<WireMessage> messages, SourceTracker::ReaderId reader = 1)
@@ -54,13 +58,22 @@ protected:
         now += time;
         tracker.tick(now);
     }
+    static WireMessage other_sources_sync() { return {Kind::sync, 8, 0, "O", {}, {}}; }
+    void keep_busy(std::chrono::milliseconds time)
+    {
+        for (const auto until = now + time; now < until;) {
+            frame(busy_frame++, {other_sources_sync()});
+            pass(end_grace / 2);
+        }
+    }
 
     const ContextId context{{1, 2, 3}};
     const StreamId stream{context, 0};
-    const CatalogueEntry open_entry{true, 7, 0, 0, "T"};
+    const CatalogueEntry open_entry{true, 7, 0, 0, 0, "T"};
     Log log;
     SourceTracker tracker{log};
     Clock::time_point now{std::chrono::hours{1}};
+    std::uint64_t busy_frame = 0;
 };
 
 TEST_F(SourceTrackerTest, GivenAnUnknownSource_WhenItsFirstDataComes_ThenItBeginsThere)
@@ -166,7 +179,7 @@ TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosedWithAllItsData_Th
     page({open_entry});
     frame(0, {data(0)});
     now += end_grace;
-    page({{false, 7, 0, 1, "T"}});
+    page({closed_entry(1, 1)});
     pass(end_grace - std::chrono::milliseconds{1});
     EXPECT_THAT(log.lines, SizeIs(2));
     pass(std::chrono::milliseconds{1});
@@ -177,7 +190,7 @@ TEST_F(SourceTrackerTest, GivenAClosedEntryAndDataThatIsMissing_WhenTheEngineMen
 {
     page({open_entry});
     frame(0, {data(0)});
-    page({{false, 7, 0, 2, "T"}});
+    page({closed_entry(2, 2)});
     pass(2 * end_grace);
     frame(1, {data(1), close(2)});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x", "ended T 2"));
@@ -186,7 +199,7 @@ TEST_F(SourceTrackerTest, GivenAClosedEntryAndDataThatIsMissing_WhenTheEngineMen
 TEST_F(SourceTrackerTest, GivenAClosedEntryBeforeAnyData_WhenTheEngineMendsIt_ThenNothingIsLost)
 {
     page({open_entry});
-    page({{false, 7, 0, 1, "T"}});
+    page({closed_entry(1, 1)});
     pass(2 * end_grace);
     frame(0, {data(0), close(1)});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
@@ -197,7 +210,7 @@ TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosedAndDataIsMissingF
     page({open_entry});
     frame(0, {data(0)});
     now += repair_grace;
-    page({{false, 7, 0, 3, "T"}});
+    page({closed_entry(3, 4)});
     pass(repair_grace - std::chrono::milliseconds{1});
     EXPECT_THAT(log.lines, SizeIs(2));
     pass(std::chrono::milliseconds{1});
@@ -207,7 +220,7 @@ TEST_F(SourceTrackerTest, GivenAListedSource_WhenListedAsClosedAndDataIsMissingF
 TEST_F(SourceTrackerTest, GivenAClosedEntry_WhenTheStreamIsStillActive_ThenItsDataIsWaitedFor)
 {
     page({open_entry});
-    page({{false, 7, 0, 2, "T"}});
+    page({closed_entry(2, 2)});
     pass(end_grace - std::chrono::milliseconds{1});
     frame(0, {data(0)});
     pass(std::chrono::milliseconds{1});
@@ -258,7 +271,7 @@ TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithTheSourceClosed_Then
     page({open_entry});
     frame(0, {data(0)});
     tracker.stream_gone(stream, 1, now);
-    page({{false, 7, 0, 3, "T"}});
+    page({closed_entry(3, 4)});
     pass(repair_grace);
     pass(repair_grace);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1", "begun T 1", "lost T 1-2", "ended T 3"));
@@ -269,9 +282,32 @@ TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithTheSourceClosedAndNo
     page({open_entry});
     frame(0, {data(0)});
     tracker.stream_gone(stream, 1, now);
-    page({{false, 7, 0, 1, "T"}});
+    page({closed_entry(1, 1)});
     pass(repair_grace);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
+}
+
+TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithASourceClosedMeanwhile_ThenTheListStillTellsItsLoss)
+{
+    CatalogueBook book;
+    Bytes bytes;
+    const auto list = [&] {
+        std::vector<CatalogueEntry> entries;
+        book.first_dirty(bytes);
+        ASSERT_TRUE(decode_page(bytes, entries));
+        tracker.page(context, 0, entries, now);
+    };
+    book.add(7, 0, "T");
+    list();
+    frame(0, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    book.close(7, 3, 2, now);
+    now += ended_source_kept - std::chrono::seconds{1};
+    book.reuse_closed(now);
+    list();
+    frame(9, {other_sources_sync()});
+    pass(end_grace);
+    EXPECT_THAT(log.lines, IsSupersetOf({"ended T 1", "begun T 1", "lost T 1-2", "ended T 3"}));
 }
 
 TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenBothBringAFrame_ThenItCountsOnce)
@@ -338,18 +374,42 @@ TEST_F(SourceTrackerTest, GivenASource_WhenItsNumberSpeaksUnderAnotherTopic_Then
     EXPECT_EQ(tracker.refused(), 2U);
 }
 
-TEST_F(SourceTrackerTest, GivenAClosedEntryWhoseDataIsMissing_WhenItsStreamIsNeverQuiet_ThenItEndsAllTheSame)
+TEST_F(SourceTrackerTest, GivenAClosedEntryWhoseDataIsMissing_WhenLaterFramesCome_ThenItIsLostWithoutWaiting)
 {
     page({open_entry});
     frame(0, {data(0)});
-    page({{false, 7, 0, 3, "T"}});
-    const auto step = end_grace / 2;
-    std::uint64_t next = 1;
-    for (auto passed = std::chrono::milliseconds{0}; passed <= repair_grace; passed += step) {
-        frame(next++, {{Kind::sync, 8, 0, "T", {}, {}}}); // another source of the stream
-        pass(step);
-    }
+    page({closed_entry(3, 2)});
+    frame(2, {other_sources_sync()});
+    pass(end_grace);
     EXPECT_THAT(log.lines, IsSupersetOf({"lost T 1-2", "ended T 3"}));
+}
+
+TEST_F(SourceTrackerTest, GivenAClosedEntry_WhenItsFramesAreLongInComing_ThenTheyAreWaitedFor)
+{
+    page({open_entry});
+    page({closed_entry(1, 1'000)});
+    keep_busy(3 * repair_grace);
+    frame(999, {data(0), close(1)});
+    EXPECT_THAT(log.lines, IsSupersetOf({"data T 0 x", "ended T 1"}));
+    EXPECT_THAT(log.lines, Not(Contains(StartsWith("lost"))));
+}
+
+TEST_F(SourceTrackerTest, GivenAPageThatIsGone_WhenItsStreamStillBringsWhatWasSent_ThenItsSourcesGoOn)
+{
+    page({open_entry});
+    tracker.page_gone(context, 0, now);
+    keep_busy(3 * repair_grace);
+    EXPECT_THAT(log.lines, Not(Contains(StartsWith("ended T"))));
+    pass(end_grace);
+    EXPECT_THAT(log.lines, Contains("ended T 0"));
+}
+
+TEST_F(SourceTrackerTest, GivenASourceThatIsListedNoMore_WhenItsStreamIsNeverQuiet_ThenItEndsAllTheSame)
+{
+    page({open_entry});
+    page({});
+    keep_busy(repair_grace);
+    EXPECT_THAT(log.lines, Contains("ended T 0"));
 }
 
 TEST_F(SourceTrackerTest, GivenAPageThatTakesAnEndBack_WhenItTellsOfItAgain_ThenTheGraceBeginsThen)
