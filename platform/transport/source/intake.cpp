@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <thread>
 
 #include "partition.h"
 #include "wire.h"
@@ -15,6 +16,7 @@ constexpr std::size_t take_max = 64;
 constexpr std::size_t batches_per_turn = 16;
 constexpr std::size_t batches_between_callbacks = 1; // what waits in the queue counts against its bound
 constexpr std::chrono::seconds longest_wait{30};
+constexpr std::chrono::milliseconds copies_apart_max{100};
 
 } // namespace
 
@@ -107,15 +109,26 @@ void Intake::unhear(const std::string& partition)
     if (found == readers_.end() || --found->second.users > 0) {
         return;
     }
-    // Its copies of shared streams are the ones that count: take those that other readers have dropped already.
-    while (drain_frames(found->second, batches_per_turn) && tracker_.is_behind(found->second.id)) {
-    }
+    drain_until_even(found->second);
     if (faults_) {
         faults_->let_go_due(Clock::time_point::max());
     }
     tracker_.reader_gone(found->second.id, readers_.size() == 1);
     dds_waitset_detach(waitset_.get(), found->second.condition.get());
     readers_.erase(found);
+}
+
+/// Its copies of shared streams are the ones that count: takes those that other readers have dropped already. The
+/// engine gives a frame to one reader after the other, so that some may have yet to arrive.
+void Intake::drain_until_even(const Reader& reader)
+{
+    const auto deadline = Clock::now() + copies_apart_max;
+    while (drain_frames(reader, batches_per_turn) || Clock::now() < deadline) {
+        if (!tracker_.is_behind(reader.id)) {
+            return;
+        }
+        std::this_thread::yield();
+    }
 }
 
 void Intake::hear_answers(const ContextId& self)

@@ -70,6 +70,7 @@ private:
 
     void hear(const std::string& partition);
     void unhear(const std::string& partition);
+    void drain_until_even(const Reader& reader);
     Reader make_reader(dds_entity_t topic, const dds_qos_t* qos);
     std::unique_lock<std::mutex> lock_in_turn();
     static void on_arrival(dds_entity_t reader, void* intake);

@@ -13,11 +13,17 @@ std::int32_t ahead(std::uint32_t to, std::uint32_t from) noexcept
 
 } // namespace
 
+bool SourceTracker::Stream::is_behind() const
+{
+    return std::any_of(copies.begin(), copies.end(),
+                       [this](const auto& copy) { return copy.second > last.value_or(0); });
+}
+
 bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence)
 {
     Stream& stream = context.streams[id.number];
     if (stream.owner && *stream.owner != reader) {
-        stream.dropped = std::max(stream.dropped, sequence);
+        stream.copies[reader] = sequence;
         ++duplicates_;
         return false;
     }
@@ -39,8 +45,7 @@ void SourceTracker::take_over(Context& context, const StreamId& id, std::uint64_
     Stream& stream = context.streams[id.number];
     stream.handed_over = false;
     const bool gap = stream.last && sequence > *stream.last + 1;
-    const bool another_heard_it = stream.last && stream.dropped > *stream.last;
-    if (!gap || another_heard_it) {
+    if (!gap || stream.is_behind()) {
         return;
     }
     for (auto& [number, entry] : context.sources) {
@@ -178,7 +183,7 @@ bool SourceTracker::is_behind(ReaderId reader) const
 {
     for (const auto& [id, context] : contexts_) {
         for (const auto& [number, stream] : context.streams) {
-            if (stream.owner == reader && stream.dropped > stream.last.value_or(0)) {
+            if (stream.owner == reader && stream.is_behind()) {
                 return true;
             }
         }
@@ -190,6 +195,7 @@ void SourceTracker::reader_gone(ReaderId reader, bool last)
 {
     for (auto& [id, context] : contexts_) {
         for (auto& [number, stream] : context.streams) {
+            stream.copies.erase(reader);
             if (stream.owner == reader || (last && !stream.owner)) {
                 stream.owner.reset();
                 stream.handed_over = true;

@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -100,10 +101,13 @@ private:
     };
     struct Stream {
         std::optional<ReaderId> owner;
-        std::optional<std::uint64_t> last; ///< frame that was accepted
-        std::uint64_t dropped = 0;         ///< the latest copy that a reader beside the owner brought
-        bool handed_over = false;          ///< the owner went, and no other has taken over yet
+        std::optional<std::uint64_t> last;        ///< frame that was accepted
+        std::map<ReaderId, std::uint64_t> copies; ///< the latest that each reader beside the owner has brought
+        bool handed_over = false;                 ///< the owner went, and no other has taken over yet
         Clock::time_point active{};
+
+        /// Whether a reader that is still there has dropped the copy of a frame that no owner has brought.
+        bool is_behind() const;
     };
     struct Context {
         std::unordered_map<std::uint32_t, Entry> sources;

@@ -339,6 +339,20 @@ TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoesWithFramesThe
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-1", "data T 2 x"));
 }
 
+TEST_F(SourceTrackerTest, GivenTwoReadersThatGoWithFramesOnlyOneBrought_WhenANewOneComes_ThenThatIsNoLossToIt)
+{
+    for (const auto& [first, second] : {std::pair{1U, 2U}, std::pair{2U, 1U}}) {
+        const std::uint32_t from = 10 * first;
+        frame(from, {data(from)}, 1);
+        frame(from + 1, {data(from + 1)}, 2);
+        tracker.reader_gone(first, false);
+        tracker.reader_gone(second, false);
+        frame(from + 9, {data(from + 9)}, 3);
+        EXPECT_THAT(log.lines, Not(Contains(StartsWith("lost")))) << first << " went first";
+        tracker.reader_gone(3, true);
+    }
+}
+
 TEST_F(SourceTrackerTest, GivenAStreamNobodyHearsForAWhile_WhenANewReaderComes_ThenWhatItMissedIsNoLoss)
 {
     frame(0, {data(0)}, 1);
