@@ -48,6 +48,18 @@ protected:
             return heard.count(LBM_MSG_DATA, topic) > before;
         });
     }
+    /// Lets the other act twenty times, each time followed by what another peer sends and is heard with. That peer
+    /// comes later than the other, which would be heard before it.
+    template <class Act>
+    void hear_known_peer_beside(Act act) const
+    {
+        const auto known = start("price-server");
+        known->tell("source DATA.KNOWN");
+        for (int round = 0; round < 20; ++round) {
+            act();
+            ASSERT_TRUE(is_heard(*known, "DATA.KNOWN"));
+        }
+    }
     std::uint64_t refused() const
     {
         lbm_context_stats_t stats{};
@@ -92,14 +104,12 @@ TEST_F(Security, GivenAProcessWithoutCertificate_WhenItSends_ThenItIsNotHeardAtA
 {
     const auto stranger = test::start_peer(lease_ms);
     stranger->tell("source DATA.STRANGER");
-    const auto known = start("price-server");
-    known->tell("source DATA.KNOWN");
-    for (int round = 0; round < 20; ++round) {
-        stranger->tell("send DATA.STRANGER 1");
-        ASSERT_TRUE(is_heard(*known, "DATA.KNOWN"));
-    }
+    const auto another = test::start_peer(lease_ms);
+    another->tell("receive DATA.STRANGER");
+    hear_known_peer_beside([&] { stranger->tell("send DATA.STRANGER 1"); });
     EXPECT_EQ(heard.count(LBM_MSG_BOS, "DATA.STRANGER"), 0U);
     EXPECT_EQ(heard.count(LBM_MSG_DATA, "DATA.STRANGER"), 0U);
+    another->tell("begins DATA.STRANGER 1"); // among themselves they hear each other
 }
 
 TEST_F(Security, GivenOperations_WhenItAsksOnTheGuardedTopic_ThenItIsAnswered)
@@ -172,12 +182,7 @@ TEST_F(Security, GivenAnOrdinaryCertificate_WhenItsOwnerForgesOperations_ThenNot
 TEST_F(Security, GivenAnOrdinaryCertificate_WhenItsOwnerSignsPermissionsForItself_ThenItIsNotHeard)
 {
     const auto hostile = start_hostile(certificates.self_permitted("price-server"));
-    const auto known = start("price-server"); // later than the other, which would be heard before it
-    known->tell("source DATA.KNOWN");
-    for (int round = 0; round < 20; ++round) {
-        hostile->tell("write");
-        ASSERT_TRUE(is_heard(*known, "DATA.KNOWN"));
-    }
+    hear_known_peer_beside([&] { hostile->tell("write"); });
     EXPECT_EQ(heard.count(LBM_MSG_DATA, "TRIAGE.ACTION"), 0U);
     EXPECT_EQ(heard.count(LBM_MSG_DATA, "OTHER.A"), 0U);
 }

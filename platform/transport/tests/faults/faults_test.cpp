@@ -40,7 +40,7 @@ TEST_F(FaultScenario, PublisherKilled50Times)
     std::vector<FaultProcess*> killed;
     for (int round = 0; round < 50; ++round) {
         FaultProcess& publisher = *killed.emplace_back(&start_publisher(mortal));
-        end_in_flow(listener, publisher, "flow 200 1", [&] {
+        end_in_flow(listener, publisher, "flow 50 1", [&] {
             publisher.child().signal(SIGKILL);
             publisher.child().finish();
         });
@@ -146,7 +146,7 @@ TEST_F(FaultScenario, PublisherRestarted)
         FaultProcess& publisher = *runs.emplace_back(&start(mortal));
         publisher.tell("open FA.0 2");
         publisher.tell("connected");
-        end_in_flow(listener, publisher, "flow 100 1", [&] { leave(run, publisher); });
+        end_in_flow(listener, publisher, "flow 50 1", [&] { leave(run, publisher); });
     }
     for (const FaultProcess* const publisher : runs) {
         await_ends(listener, *publisher);
