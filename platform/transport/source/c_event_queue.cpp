@@ -15,8 +15,7 @@ int lbm_event_queue_create(lbm_event_queue_t** evq, lbm_event_queue_monitor_proc
     return guarded_live("lbm_event_queue_create", "", [&] {
         require(evq, "evq");
         const Options options = attr != nullptr ? attr->options : Options{Scope::event_queue};
-        const auto bytes_max = static_cast<std::size_t>(options.get_integer("queue_bytes_max"));
-        *evq = new lbm_event_queue{std::make_shared<EventQueue>(bytes_max)};
+        *evq = new lbm_event_queue{std::make_shared<EventQueue>(options)};
     });
 }
 

@@ -93,8 +93,8 @@ int lbm_rcv_create(lbm_rcv_t** rcv, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
         require_topic_of(topic, *ctx->context);
         auto handle = std::make_unique<lbm_rcv>(lbm_rcv{nullptr, ctx->context, topic->options});
         const Callback callback{proc, clientd, handle.get()};
-        handle->receiver =
-            std::make_shared<Receiver>(topic->name, callback, queue_of(evq), absence_of(handle->options));
+        handle->receiver = std::make_shared<Receiver>(topic->name, callback, queue_of(evq, *ctx->context),
+                                                      absence_of(handle->options));
         attach(rcv, std::move(handle), *ctx->context);
     });
 }
@@ -126,8 +126,8 @@ int lbm_wildcard_rcv_create(lbm_wildcard_rcv_t** rcv, lbm_context_t* ctx, const 
         const Callback callback{proc, clientd, nullptr};
         auto handle = std::make_unique<lbm_wildcard_rcv>(lbm_wildcard_rcv{
             nullptr, ctx->context, options_for(*ctx->context, Scope::wildcard_receiver, wildcard_attr)});
-        handle->receiver = std::make_shared<Receiver>(std::make_unique<TopicPattern>(pattern), callback, queue_of(evq),
-                                                      absence_of(handle->options));
+        handle->receiver = std::make_shared<Receiver>(std::make_unique<TopicPattern>(pattern), callback,
+                                                      queue_of(evq, *ctx->context), absence_of(handle->options));
         attach(rcv, std::move(handle), *ctx->context);
     });
 }

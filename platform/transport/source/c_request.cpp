@@ -35,8 +35,8 @@ int lbm_send_request(lbm_request_t** req, lbm_src_t* src, const char* data, size
         const std::shared_ptr<Context> context = context_of(*src);
         const std::shared_ptr<LocalSource> source = src->source;
         auto handle = std::make_unique<lbm_request>(lbm_request{nullptr, context, 0});
-        handle->request =
-            std::make_shared<Request>(source->topic, Request::Callback{proc, clientd, handle.get()}, queue_of(evq));
+        handle->request = std::make_shared<Request>(source->topic, Request::Callback{proc, clientd, handle.get()},
+                                                    queue_of(evq, *context));
         const std::uint64_t number = handle->number = context->subscriber().open(handle->request);
         lbm_request_t* const before = std::exchange(*req, handle.get()); // set before the first answer can come
         try {

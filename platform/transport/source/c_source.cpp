@@ -53,7 +53,7 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
         handle->source = ctx->context->publisher().open(topic->name, when_full(topic->options));
         lbm_src_t* const before = std::exchange(*src, handle.get()); // set before the first event can come
         try {
-            watch(*handle, *ctx->context, {proc, clientd, handle.get()}, queue_of(evq));
+            watch(*handle, *ctx->context, {proc, clientd, handle.get()}, queue_of(evq, *ctx->context));
         } catch (...) {
             *src = before;
             ctx->context->publisher().close_source(*handle->source, {Clock::now()});

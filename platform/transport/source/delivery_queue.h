@@ -46,6 +46,9 @@ public:
     {
     }
 
+    /// What waits already stays.
+    void set_bytes_max(std::size_t bytes_max) noexcept { bytes_max_ = bytes_max; }
+
     /// Whether data with that payload would be taken now.
     bool has_room(std::size_t payload_bytes) const noexcept;
 

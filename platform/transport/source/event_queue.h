@@ -3,10 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <mutex>
+#include <utility>
 
 #include "gate.h"
 #include "mailbox.h"
+#include "options.h"
 
 namespace qx::transport {
 
@@ -14,10 +16,14 @@ namespace qx::transport {
 /// those that still refer to it.
 class EventQueue {
 public:
-    explicit EventQueue(std::size_t bytes_max)
-        : mailbox_(bytes_max, std::make_shared<Counters>())
+    explicit EventQueue(Options options)
+        : options_(std::move(options))
+        , mailbox_(bytes_max(options_), std::make_shared<Counters>())
     {
     }
+
+    /// What nobody has set on the queue itself is as the first context says on which it is used.
+    void configure(const Options& defaults);
 
     Mailbox& mailbox() noexcept { return mailbox_; }
 
@@ -30,9 +36,15 @@ public:
     void close();
 
 private:
+    static std::size_t bytes_max(const Options& options)
+    {
+        return static_cast<std::size_t>(options.get_integer("queue_bytes_max"));
+    }
     int dispatch_present();
     int dispatch_until(Mailbox::Deadline deadline);
 
+    Options options_;
+    std::once_flag configured_;
     Mailbox mailbox_;
     Gate dispatchers_;
 };

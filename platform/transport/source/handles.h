@@ -52,9 +52,14 @@ Options options_for(const Context& context, Scope scope, const Attr* attr)
     return options;
 }
 
-inline std::shared_ptr<EventQueue> queue_of(const lbm_event_queue* evq)
+/// An event queue is made without a context; it takes its defaults from the first that it is used on.
+inline std::shared_ptr<EventQueue> queue_of(const lbm_event_queue* evq, const Context& context)
 {
-    return evq != nullptr ? evq->queue : nullptr;
+    if (evq == nullptr) {
+        return nullptr;
+    }
+    evq->queue->configure(context.defaults_for(Scope::event_queue));
+    return evq->queue;
 }
 
 /// Throws TransportError (LBM_EINVAL) unless the topic was made for that context.

@@ -4,6 +4,12 @@
 
 namespace qx::transport {
 
+void Mailbox::set_bytes_max(std::size_t bytes_max)
+{
+    const std::lock_guard lock{mutex_};
+    queue_.set_bytes_max(bytes_max);
+}
+
 void Mailbox::count_overflow(Delivery::What what) noexcept
 {
     if (what == Delivery::What::answer) {

@@ -28,6 +28,8 @@ public:
     {
     }
 
+    void set_bytes_max(std::size_t bytes_max);
+
     const Counters& counters() const noexcept { return *counters_; }
 
     /// What is posted to a closed mailbox is gone. False: see DeliveryQueue::push.

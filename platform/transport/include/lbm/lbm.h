@@ -182,6 +182,7 @@ int lbm_event_queue_attr_str_setopt(lbm_event_queue_attr_t* attr, const char* op
 int lbm_event_queue_attr_str_getopt(const lbm_event_queue_attr_t* attr, const char* option, char* value,
                                     size_t* length);
 
+/* Options that `attr` does not set are as the configuration says for the first context on which the queue is used. */
 int lbm_event_queue_create(lbm_event_queue_t** evq, lbm_event_queue_monitor_proc monitor, void* clientd,
                            const lbm_event_queue_attr_t* attr);
 /* No callback is dispatched after it; what waits is dropped; dispatching threads return. */
