@@ -2,11 +2,16 @@
 // them. Either way a message has one receiver. Only the routing and an empty callback are timed; the way through the
 // network and the queues is the same for both and would hide the difference.
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -158,6 +163,102 @@ void BM_BeginTenThousandSources(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(topics));
 }
 
+/// A context of the transport with receivers whose patterns begin with different first tokens, so that each needs a
+/// reader of its own; all messages are for one of them. From one send to its callback, through the engine.
+class Tokens {
+public:
+    explicit Tokens(std::size_t receivers)
+    {
+        for (std::size_t i = 0; i < receivers; ++i) {
+            lbm_wildcard_rcv_t* raw = nullptr;
+            const std::string pattern = "T" + std::to_string(i) + R"(\..*)";
+            check(
+                lbm_wildcard_rcv_create(&raw, ctx_.get(), pattern.c_str(), nullptr, nullptr, &count, &heard_, nullptr));
+            receivers_.emplace_back(raw);
+        }
+        lbm_topic_t* topic = nullptr;
+        check(lbm_src_topic_alloc(&topic, ctx_.get(), "T0.A", nullptr));
+        lbm_src_t* raw = nullptr;
+        check(lbm_src_create(&raw, ctx_.get(), topic, nullptr, nullptr, nullptr));
+        source_.reset(raw);
+        while (heard_ == 0) { // until it is connected
+            send();
+        }
+    }
+
+    /// Sends one and waits until it is heard.
+    void pass_one()
+    {
+        const std::size_t goal = ++sent_;
+        send();
+        while (heard_ < goal) {
+            std::this_thread::yield();
+        }
+    }
+
+    /// What connecting took is heard, and nothing is on its way.
+    void settle()
+    {
+        for (std::size_t before = 0; before != heard_;) {
+            before = heard_;
+            std::this_thread::sleep_for(std::chrono::milliseconds{100});
+        }
+        sent_ = heard_;
+    }
+
+private:
+    struct Delete {
+        void operator()(lbm_context_t* handle) const { lbm_context_delete(handle); }
+        void operator()(lbm_wildcard_rcv_t* handle) const { lbm_wildcard_rcv_delete(handle); }
+        void operator()(lbm_src_t* handle) const { lbm_src_delete(handle); }
+    };
+
+    static void check(int result)
+    {
+        if (result != LBM_OK) {
+            throw std::runtime_error(lbm_errmsg());
+        }
+    }
+    static lbm_context_t* make_context()
+    {
+        const std::unique_ptr<lbm_context_attr_t, int (*)(lbm_context_attr_t*)> attr{
+            [] {
+                lbm_context_attr_t* raw = nullptr;
+                check(lbm_context_attr_create(&raw));
+                return raw;
+            }(),
+            &lbm_context_attr_delete};
+        const std::string tag = "routing-" + std::to_string(getpid());
+        check(lbm_context_attr_str_setopt(attr.get(), "domain_tag", tag.c_str()));
+        lbm_context_t* ctx = nullptr;
+        check(lbm_context_create(&ctx, attr.get(), nullptr, nullptr));
+        return ctx;
+    }
+    static int count(lbm_rcv_t*, lbm_msg_t* msg, void* heard)
+    {
+        *static_cast<std::atomic<std::size_t>*>(heard) += msg->type == LBM_MSG_DATA ? 1 : 0;
+        return 0;
+    }
+    void send() { check(lbm_src_send(source_.get(), "x", 1, LBM_MSG_FLUSH)); }
+
+    std::atomic<std::size_t> heard_ = 0;
+    std::size_t sent_ = 0;
+    std::unique_ptr<lbm_context_t, Delete> ctx_{make_context()};
+    std::vector<std::unique_ptr<lbm_wildcard_rcv_t, Delete>> receivers_;
+    std::unique_ptr<lbm_src_t, Delete> source_;
+};
+
+void BM_HearThroughTheEngine(benchmark::State& state)
+{
+    Tokens tokens{static_cast<std::size_t>(state.range(0))};
+    tokens.settle();
+    for (auto _ : state) {
+        tokens.pass_one();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+BENCHMARK(BM_HearThroughTheEngine)->ArgName("tokens")->Arg(1)->Arg(1'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RouteAMessage)->ArgName("receivers")->Arg(1)->Arg(1'000);
 BENCHMARK(BM_BeginTenThousandSources)
     ->ArgNames({"receivers", "literal"})

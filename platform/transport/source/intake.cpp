@@ -1,9 +1,8 @@
 #include "intake.h"
 
 #include <algorithm>
-#include <array>
-#include <functional>
 #include <thread>
+#include <utility>
 
 #include "partition.h"
 #include "wire.h"
@@ -12,7 +11,6 @@
 namespace qx::transport {
 namespace {
 
-constexpr std::size_t take_max = 64;
 constexpr std::size_t batches_per_turn = 16;
 constexpr std::size_t batches_between_callbacks = 1; // what waits in the queue counts against its bound
 constexpr std::chrono::seconds longest_wait{30};
@@ -35,7 +33,7 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
     , waitset_(dds_create_waitset(participant), "dds_create_waitset")
     , posted_(dds_create_guardcondition(participant), "dds_create_guardcondition")
     , sender_news_(dds_create_readcondition(senders_.news(), DDS_ANY_STATE), "dds_create_readcondition")
-    , catalogue_(make_reader(catalogue_topic_.get(), catalogue_qos().get()))
+    , catalogue_(make_inlet<Inlet>(catalogue_topic_.get(), catalogue_qos().get()))
 {
     check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
     check_dds(dds_waitset_attach(waitset_.get(), sender_news_.get(), 0), "dds_waitset_attach");
@@ -58,18 +56,10 @@ Intake::~Intake()
     relief_.finish();
 }
 
-Intake::Reader Intake::make_reader(dds_entity_t topic, const dds_qos_t* qos)
+template <class Kind>
+std::unique_ptr<Kind> Intake::make_inlet(dds_entity_t topic, const dds_qos_t* qos)
 {
-    const std::unique_ptr<dds_listener_t, decltype(&dds_delete_listener)> listener{dds_create_listener(this),
-                                                                                   &dds_delete_listener};
-    dds_lset_data_available(listener.get(), &Intake::on_arrival);
-    Reader made;
-    made.reader = {dds_create_reader(participant_, topic, qos, listener.get()), "dds_create_reader"};
-    made.condition = {dds_create_readcondition(made.reader.get(), DDS_ANY_STATE), "dds_create_readcondition"};
-    made.id = next_reader_++;
-    check_dds(dds_waitset_attach(waitset_.get(), made.condition.get(), 0), "dds_waitset_attach");
-    wake(); // a wait that has begun does not see what arrived before
-    return made;
+    return std::make_unique<Kind>(next_inlet_++, participant_, topic, qos, [this](InletId id) { on_arrival(id); });
 }
 
 std::unique_lock<std::mutex> Intake::lock_in_turn()
@@ -96,35 +86,37 @@ void Intake::remove(const std::shared_ptr<Receiver>& receiver)
 
 void Intake::hear(const std::string& partition)
 {
-    auto found = readers_.find(partition);
-    if (found == readers_.end()) {
-        found = readers_.emplace(partition, make_reader(frames_topic_.get(), frames_qos(partition).get())).first;
+    auto& inlet = frames_[partition];
+    if (!inlet) {
+        inlet = make_inlet<FramesInlet>(frames_topic_.get(), frames_qos(partition).get());
+        frames_by_id_.emplace(inlet->id(), inlet.get());
     }
-    ++found->second.users;
+    ++inlet->users;
 }
 
 void Intake::unhear(const std::string& partition)
 {
-    const auto found = readers_.find(partition);
-    if (found == readers_.end() || --found->second.users > 0) {
+    const auto found = frames_.find(partition);
+    if (found == frames_.end() || --found->second->users > 0) {
         return;
     }
-    drain_until_even(found->second);
+    FramesInlet& inlet = *found->second;
+    drain_until_even(inlet);
     if (faults_) {
         faults_->let_go_due(Clock::time_point::max());
     }
-    tracker_.reader_gone(found->second.id, readers_.size() == 1);
-    dds_waitset_detach(waitset_.get(), found->second.condition.get());
-    readers_.erase(found);
+    tracker_.reader_gone(inlet.id(), frames_.size() == 1);
+    frames_by_id_.erase(inlet.id());
+    frames_.erase(found);
 }
 
 /// Its copies of shared streams are the ones that count: takes those that other readers have dropped already. The
 /// engine gives a frame to one reader after the other, so that some may have yet to arrive.
-void Intake::drain_until_even(const Reader& reader)
+void Intake::drain_until_even(FramesInlet& inlet)
 {
     const auto deadline = Clock::now() + copies_apart_max;
-    while (drain_frames(reader, batches_per_turn) || Clock::now() < deadline) {
-        if (!tracker_.is_behind(reader.id)) {
+    while (drain_frames(inlet, batches_per_turn) != Inlet::Left::nothing_came || Clock::now() < deadline) {
+        if (!tracker_.is_behind(inlet.id())) {
             return;
         }
         std::this_thread::yield();
@@ -136,14 +128,14 @@ void Intake::hear_answers(const ContextId& self)
     const auto lock = lock_in_turn();
     if (!answers_) {
         answers_topic_ = make_packet_topic(participant_, answers_topic);
-        answers_ = make_reader(answers_topic_.get(), frames_qos(partition_of_requester(self)).get());
+        answers_ = make_inlet<Inlet>(answers_topic_.get(), frames_qos(partition_of_requester(self)).get());
     }
 }
 
 void Intake::wait(Mailbox::Deadline deadline)
 {
     idle_ = true;
-    if (out_.waits_for_posts()) {
+    if (out_.waits_for_posts() && !has_arrivals()) {
         const Clock::time_point until = std::min(due_.load(), deadline.value_or(Clock::time_point::max()));
         const std::chrono::nanoseconds left = until - Clock::now();
         dds_waitset_wait(waitset_.get(), nullptr, 0, std::max<dds_duration_t>(left.count(), 0));
@@ -162,12 +154,39 @@ void Intake::wake() noexcept
 }
 
 /// On an engine's thread, which must not be held up.
-void Intake::on_arrival(dds_entity_t, void* intake)
+void Intake::on_arrival(InletId inlet)
 {
-    auto& self = *static_cast<Intake*>(intake);
-    if (!self.idle_) {
-        self.call_relief();
+    note_arrival(inlet);
+    if (idle_) {
+        dds_set_guardcondition(posted_.get(), true);
+    } else {
+        call_relief();
     }
+}
+
+void Intake::note_arrival(InletId inlet)
+{
+    const std::lock_guard lock{arrivals_mutex_};
+    arrivals_.push_back(inlet);
+}
+
+bool Intake::has_arrivals()
+{
+    const std::lock_guard lock{arrivals_mutex_};
+    return !arrivals_.empty();
+}
+
+/// The catalogue, which was made first, first: it must not announce what the end of a stream has already ended.
+std::vector<InletId> Intake::take_arrivals()
+{
+    std::vector<InletId> taken;
+    {
+        const std::lock_guard lock{arrivals_mutex_};
+        taken.swap(arrivals_);
+    }
+    std::sort(taken.begin(), taken.end());
+    taken.erase(std::unique(taken.begin(), taken.end()), taken.end());
+    return taken;
 }
 
 void Intake::call_relief()
@@ -199,12 +218,11 @@ void Intake::drain_all(std::size_t batches)
 {
     const auto lock = lock_in_turn();
     senders_.refresh(Clock::now());
-    // The catalogue first: it must not announce what the end of a stream has already ended.
-    drain_catalogue();
-    for (const auto& [partition, reader] : readers_) {
-        drain_frames(reader, batches);
+    for (const InletId inlet : take_arrivals()) {
+        if (drain(inlet, batches) == Inlet::Left::perhaps_more) {
+            note_arrival(inlet);
+        }
     }
-    drain_answers();
     look_at_receivers();
     const auto now = Clock::now();
     if (faults_) {
@@ -220,6 +238,18 @@ void Intake::drain_all(std::size_t batches)
         due = std::min(due, faults_->next_due().value_or(due));
     }
     due_ = due;
+}
+
+Inlet::Left Intake::drain(InletId id, std::size_t batches)
+{
+    if (id == catalogue_->id()) {
+        return drain_catalogue();
+    }
+    if (answers_ && id == answers_->id()) {
+        return drain_answers();
+    }
+    const auto found = frames_by_id_.find(id);
+    return found == frames_by_id_.end() ? Inlet::Left::nothing_came : drain_frames(*found->second, batches);
 }
 
 bool Intake::is_watched(const StreamWriter& stream) const
@@ -259,107 +289,83 @@ void Intake::look_at_receivers()
     }
 }
 
-/// Gives each valid packet to `take` if it is from whom it says, and collects the keys whose senders are gone, each
-/// once. A steady flow is left in time for others to have their turn, but not before all of a sender that is gone was
-/// taken. False: it was empty.
-template <class Take>
-bool Intake::take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take)
+/// Null, and counted, unless it is from whom it says.
+const Sender* Intake::sender_of(const Arrival& arrival)
 {
-    std::array<void*, take_max> loans{};
-    std::array<dds_sample_info_t, take_max> infos{};
-    dds_return_t taken = 0;
-    std::size_t batch = 0;
-    for (; (batch < batches || !gone.empty()) &&
-           (taken = dds_take(reader, loans.data(), infos.data(), take_max, take_max)) > 0;
-         ++batch) {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(taken); ++i) {
-            const auto& packet = *static_cast<const qx_wire_Packet*>(loans[i]);
-            Key key{{}, packet.part};
-            std::copy_n(packet.context, key.context.bytes.size(), key.context.bytes.begin());
-            // None of us ever disposes: who does so disposes of what is another's.
-            const bool alive = infos[i].instance_state != DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
-            if (infos[i].valid_data) {
-                const Sender* const sender = senders_.find(infos[i].publication_handle);
-                if (sender != nullptr && key.context.is_of(sender->participant)) {
-                    take(key, ByteView{packet.body._buffer, packet.body._length}, *sender, alive);
-                } else {
-                    counters_.packets_refused.add();
-                }
-            }
-            if (!alive && std::find(gone.begin(), gone.end(), key) == gone.end()) {
-                gone.push_back(key);
-            }
-        }
-        dds_return_loan(reader, loans.data(), taken);
-        loans.fill(nullptr);
+    const Sender* const sender = senders_.find(arrival.writer);
+    if (sender != nullptr && arrival.context.is_of(sender->participant)) {
+        return sender;
     }
-    return batch > 0;
+    counters_.packets_refused.add();
+    return nullptr;
 }
 
-void Intake::drain_catalogue()
+Inlet::Left Intake::drain_catalogue()
+{
+    return catalogue_->take(
+        batches_per_turn, [this](const Arrival& arrival) { read_page(arrival); },
+        [this](const ContextId& context, std::uint32_t page) { tracker_.page_gone(context, page, Clock::now()); });
+}
+
+Inlet::Left Intake::drain_answers()
+{
+    // Who answered and left has answered all the same.
+    return answers_->take(
+        batches_per_turn, [this](const Arrival& arrival) { read_answer(arrival); },
+        [](const ContextId&, std::uint32_t) {});
+}
+
+Inlet::Left Intake::drain_frames(FramesInlet& inlet, std::size_t batches)
+{
+    return inlet.take(
+        batches, [this, &inlet](const Arrival& arrival) { read_frame(arrival, inlet.id()); },
+        [this, &inlet](const ContextId& context, std::uint32_t stream) {
+            if (faults_) {
+                faults_->let_go({context, stream}, inlet.id());
+            }
+            tracker_.stream_gone({context, stream}, inlet.id(), Clock::now());
+        });
+}
+
+void Intake::read_page(const Arrival& arrival)
 {
     // What a dead sender's page says is of no use to anybody: its sources would begin only to end.
-    std::vector<Key> gone;
-    take_some(catalogue_.reader.get(), batches_per_turn, gone,
-              [&](const Key& key, ByteView body, const Sender&, bool alive) {
-                  if (alive) {
-                      read_page(key, body);
-                  }
-              });
-    for (const Key& key : gone) {
-        tracker_.page_gone(key.context, key.part, Clock::now());
-    }
-}
-
-void Intake::drain_answers()
-{
-    if (!answers_) {
+    if (sender_of(arrival) == nullptr || !arrival.alive) {
         return;
     }
-    std::vector<Key> gone; // who answered and left has answered all the same
-    take_some(answers_->reader.get(), batches_per_turn, gone, [&](const Key& key, ByteView body, const Sender&, bool) {
-        if (std::optional<Delivery> delivery = requester_.receive(key.context, body)) {
-            counters_.answers_received.add();
-            out_.post(std::move(*delivery));
-        } else {
-            counters_.answers_dropped.add();
-        }
-    });
-}
-
-bool Intake::drain_frames(const Reader& reader, std::size_t batches)
-{
-    std::vector<Key> gone;
-    const bool any =
-        take_some(reader.reader.get(), batches, gone, [&](const Key& key, ByteView body, const Sender& sender, bool) {
-            read_frame({key.context, key.part}, reader.id, body, sender);
-        });
-    for (const Key& key : gone) {
-        if (faults_) {
-            faults_->let_go({key.context, key.part}, reader.id);
-        }
-        tracker_.stream_gone({key.context, key.part}, reader.id, Clock::now());
-    }
-    return any;
-}
-
-void Intake::read_page(const Key& key, ByteView body)
-{
-    if (decode_page(body, entries_)) {
-        tracker_.page(key.context, key.part, entries_, Clock::now());
+    if (decode_page(arrival.body, entries_)) {
+        tracker_.page(arrival.context, arrival.part, entries_, Clock::now());
     } else {
         counters_.packets_refused.add();
     }
 }
 
-void Intake::read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body, const Sender& sender)
+void Intake::read_answer(const Arrival& arrival)
 {
-    if (!decode_frame(body, frame_) || !sender.may_send(frame_)) {
+    if (sender_of(arrival) == nullptr) {
+        return;
+    }
+    if (std::optional<Delivery> delivery = requester_.receive(arrival.context, arrival.body)) {
+        counters_.answers_received.add();
+        out_.post(std::move(*delivery));
+    } else {
+        counters_.answers_dropped.add();
+    }
+}
+
+void Intake::read_frame(const Arrival& arrival, SourceTracker::ReaderId reader)
+{
+    const Sender* const sender = sender_of(arrival);
+    if (sender == nullptr) {
+        return;
+    }
+    if (!decode_frame(arrival.body, frame_) || !sender->may_send(frame_)) {
         counters_.packets_refused.add();
         return;
     }
+    const StreamId stream{arrival.context, arrival.part};
     if (faults_) {
-        faults_->pass(stream, reader, body, Clock::now());
+        faults_->pass(stream, reader, arrival.body, Clock::now());
     } else {
         take_frame(stream, reader);
     }

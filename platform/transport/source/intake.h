@@ -4,17 +4,18 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "counters.h"
 #include "dds_entity.h"
 #include "frame_faults.h"
 #include "inflow.h"
+#include "inlet.h"
 #include "mailbox.h"
 #include "requester.h"
 #include "responder.h"
@@ -56,37 +57,35 @@ public:
     void unwatch(const std::shared_ptr<SourceWatch>& source);
 
 private:
-    struct Reader {
-        DdsEntity reader;
-        DdsEntity condition;
-        SourceTracker::ReaderId id = 0;
+    struct FramesInlet : Inlet {
+        using Inlet::Inlet;
         std::size_t users = 0;
-    };
-    struct Key {
-        ContextId context;
-        std::uint32_t part;
-        bool operator==(const Key&) const = default;
     };
 
     void hear(const std::string& partition);
     void unhear(const std::string& partition);
-    void drain_until_even(const Reader& reader);
-    Reader make_reader(dds_entity_t topic, const dds_qos_t* qos);
+    void drain_until_even(FramesInlet& inlet);
+    template <class Kind>
+    std::unique_ptr<Kind> make_inlet(dds_entity_t topic, const dds_qos_t* qos);
     std::unique_lock<std::mutex> lock_in_turn();
-    static void on_arrival(dds_entity_t reader, void* intake);
+    void on_arrival(InletId inlet);
     void call_relief();
     void relieve();
     void drain_all(std::size_t batches);
+    void note_arrival(InletId inlet);
+    bool has_arrivals();
+    std::vector<InletId> take_arrivals();
+    Inlet::Left drain(InletId id, std::size_t batches);
     void look_at_receivers();
     bool is_watched(const StreamWriter& stream) const;
-    void drain_catalogue();
-    void drain_answers();
-    bool drain_frames(const Reader& reader, std::size_t batches);
-    void read_page(const Key& key, ByteView body);
-    void read_frame(const StreamId& stream, SourceTracker::ReaderId reader, ByteView body, const Sender& sender);
+    Inlet::Left drain_catalogue();
+    Inlet::Left drain_answers();
+    Inlet::Left drain_frames(FramesInlet& inlet, std::size_t batches);
+    const Sender* sender_of(const Arrival& arrival);
+    void read_page(const Arrival& arrival);
+    void read_answer(const Arrival& arrival);
+    void read_frame(const Arrival& arrival, SourceTracker::ReaderId reader);
     void take_frame(const StreamId& stream, SourceTracker::ReaderId reader);
-    template <class Take>
-    bool take_some(dds_entity_t reader, std::size_t batches, std::vector<Key>& gone, Take take);
 
     const dds_entity_t participant_;
     Mailbox& out_;
@@ -94,6 +93,8 @@ private:
     Counters& counters_;
     // Before the readers, whose arrivals may be told of from their first to their last moment.
     std::atomic<bool> idle_ = false; ///< somebody is in `wait`, and what arrives needs no relief
+    std::mutex arrivals_mutex_;
+    std::vector<InletId> arrivals_; ///< where something has arrived or was left; may name one twice
     std::mutex relief_mutex_;
     std::condition_variable relief_called_;
     std::atomic<bool> called_ = false;
@@ -109,12 +110,13 @@ private:
     DdsEntity catalogue_topic_;
     DdsEntity answers_topic_;
     DdsEntity waitset_;
-    DdsEntity posted_;      ///< ends a wait
+    DdsEntity posted_;      ///< ends a wait, as does what arrives
     DdsEntity sender_news_; ///< the same
-    SourceTracker::ReaderId next_reader_ = 0;
-    Reader catalogue_;
-    std::map<std::string, Reader> readers_;
-    std::optional<Reader> answers_; ///< from the first request on
+    InletId next_inlet_ = 0;
+    std::unique_ptr<Inlet> catalogue_;
+    std::unordered_map<std::string, std::unique_ptr<FramesInlet>> frames_; ///< by partition
+    std::unordered_map<InletId, FramesInlet*> frames_by_id_;
+    std::unique_ptr<Inlet> answers_; ///< from the first request on
     std::vector<std::shared_ptr<SourceWatch>> watched_;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
