@@ -8,12 +8,20 @@ namespace ps_ns {
 
 void NotificationEnvelope::Parse(const std::string& payload)
 {
+    if (m_plain.Read(payload)) {
+        m_members.clear();
+        return;
+    }
     std::istringstream stream(payload);
     boost::property_tree::read_json(stream, m_members);
+    m_plain = {};
 }
 
 std::string NotificationEnvelope::Text(const char* key) const
 {
+    if (const auto text = m_plain.Text(key)) {
+        return std::string(*text);
+    }
     const boost::property_tree::ptree::path_type path(key, '.');
     return m_members.get_child(path).get_value<std::string>();
 }

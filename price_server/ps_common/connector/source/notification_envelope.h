@@ -6,6 +6,8 @@
 
 #include <boost/property_tree/ptree.hpp>
 
+#include "plain_envelope.h"
+
 namespace ps_ns {
 
 class NotificationEnvelope {
@@ -13,18 +15,13 @@ public:
     /// Throws boost::property_tree::json_parser::json_parser_error; the envelope is then as it was before.
     void Parse(const std::string& payload);
 
-    /// Throws boost::property_tree::ptree_bad_path when there is no such member. Of duplicates the first counts.
+    /// Of one of the members in `envelope_key`: others may be found or not. Throws
+    /// boost::property_tree::ptree_bad_path when there is no such member. Of duplicates the first counts.
     std::string Text(const char* key) const;
 
 private:
-    boost::property_tree::ptree m_members;
+    PlainEnvelope m_plain;                 ///< what was parsed last, if it is plain
+    boost::property_tree::ptree m_members; ///< else
 };
-
-namespace envelope_key {
-inline constexpr const char* eventType = "et"; ///< "Create", "Update" or "Delete"
-inline constexpr const char* dataType = "dt";  ///< e.g. "ProductDownloadRecord"
-inline constexpr const char* id = "id";        ///< of the record, for log lines only
-inline constexpr const char* data = "data";    ///< the record: JSON once more, inside a string
-} // namespace envelope_key
 
 } // namespace ps_ns

@@ -1,0 +1,42 @@
+/// The short way through an envelope as publishers write it: what `read_json` would make of it, for a tenth of the
+/// time.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ps_ns {
+
+namespace envelope_key {
+inline constexpr const char* eventType = "et"; ///< "Create", "Update" or "Delete"
+inline constexpr const char* dataType = "dt";  ///< e.g. "ProductDownloadRecord"
+inline constexpr const char* id = "id";        ///< of the record, for log lines only
+inline constexpr const char* data = "data";    ///< the record: JSON once more, inside a string
+} // namespace envelope_key
+
+class PlainEnvelope {
+public:
+    /// Reads an object of strings, numbers and literals that has "et", "dt" and "id". False for everything else, right
+    /// or wrong: that is for the full reader, and nothing has changed here.
+    bool Read(std::string_view payload);
+
+    /// Of one of the four members; empty if the envelope has none of that name, or nothing was read.
+    std::optional<std::string_view> Text(std::string_view key) const;
+
+private:
+    struct Place {
+        std::size_t at;
+        std::size_t size;
+    };
+
+    void Keep(std::string_view key, std::size_t begin);
+    bool IsComplete() const;
+
+    std::string m_texts; ///< one behind the other
+    std::array<std::optional<Place>, 4> m_places;
+};
+
+} // namespace ps_ns

@@ -1,0 +1,39 @@
+/// The short reader of envelopes held against the full one.
+#pragma once
+
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <boost/property_tree/json_parser.hpp>
+
+#include "price_server/ps_common/connector/source/plain_envelope.h"
+
+namespace ps_ns::test {
+
+/// Whether the short reader takes the payload. Throws std::runtime_error, with what differs, if it takes one that the
+/// full reader refuses, or gives another text, or another member than the record as missing.
+inline bool IsReadAlike(const std::string& payload)
+{
+    PlainEnvelope plain;
+    if (!plain.Read(payload)) {
+        return false; // the full reader takes it from there
+    }
+    boost::property_tree::ptree members;
+    std::istringstream stream(payload);
+    boost::property_tree::read_json(stream, members); // its refusal is a std::runtime_error
+    for (const char* key : {envelope_key::eventType, envelope_key::dataType, envelope_key::id, envelope_key::data}) {
+        const auto expected = members.get_child_optional({key, '.'});
+        const auto text = plain.Text(key);
+        if (text.has_value() != expected.has_value() || (text && *text != expected->get_value<std::string>())) {
+            throw std::runtime_error(std::string("another text of \"") + key + '"');
+        }
+        if (!text && key != std::string_view(envelope_key::data)) {
+            throw std::runtime_error(std::string("taken without \"") + key + '"');
+        }
+    }
+    return true;
+}
+
+} // namespace ps_ns::test

@@ -1,0 +1,157 @@
+// The short reader gives the texts that the full one gives, or leaves the payload to it.
+#include <array>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include <gmock/gmock.h>
+
+#include "envelope_twins.h"
+
+using ps_ns::test::IsReadAlike;
+
+namespace {
+
+constexpr std::string_view plain = R"({"et":"Update","dt":"InstrumentDownloadRecord","id":17,"data":"{\"a\":1}"})";
+
+/// An envelope with that text where the record would be.
+std::string WithData(const std::string& value)
+{
+    return R"({"et":"Create","dt":"x","id":"1","data":)" + value + "}";
+}
+
+TEST(PlainEnvelope, GivenWhatPublishersSend_WhenRead_ThenItIsTaken)
+{
+    EXPECT_TRUE(IsReadAlike(std::string(plain)));
+    EXPECT_TRUE(IsReadAlike(" {\t\"et\" : \"a\" ,\r\n\"dt\":true, \"id\":-0.5e+07,\"more\":null} \n"));
+    EXPECT_TRUE(IsReadAlike(R"({"et":"","et":"2","dt":"","id":"","data":"","data":"2"})"));
+}
+
+TEST(PlainEnvelope, GivenEscapesAndBytesAboveAscii_WhenRead_ThenTheyAreTakenAsTheFullReaderTakesThem)
+{
+    EXPECT_TRUE(IsReadAlike(WithData(R"("\"\\\/\b\f\n\r\t\u0000\u0041\u00e9\u20AC\uFFFF")")));
+    EXPECT_TRUE(
+        IsReadAlike(WithData("\"\x7F\xC0\x80\xDF\xBF\xE0\x80\x80\xEF\xBF\xBF\xF0\x80\x80\x80\xF7\xBF\xBF\xBF\"")));
+}
+
+TEST(PlainEnvelope, GivenWhatItIsNotSureOf_WhenRead_ThenItIsLeftToTheFullReader)
+{
+    for (const std::string& payload : {std::string{},
+                                       std::string{"17"},
+                                       std::string{"{}"},
+                                       std::string{"[]"},
+                                       "\xEF\xBB\xBF" + std::string(plain),
+                                       std::string(plain) + '\0',
+                                       std::string(plain) + "x",
+                                       WithData("{}"),
+                                       WithData("[]"),
+                                       WithData("01"),
+                                       WithData("1."),
+                                       WithData(".5"),
+                                       WithData("1e"),
+                                       WithData("+1"),
+                                       WithData("-"),
+                                       WithData("nul"),
+                                       WithData("True"),
+                                       WithData("\"\x01\""),
+                                       WithData("\"\x80\""),
+                                       WithData("\"\xC3\""),
+                                       WithData("\"\xF8\x80\""),
+                                       WithData(R"("\x")"),
+                                       WithData(R"("\u12")"),
+                                       WithData(R"("\uD83D\uDE00")"),
+                                       WithData(R"("\uDE00")"),
+                                       WithData("\"open"),
+                                       std::string{R"({"\u0065t":1,"dt":2,"id":3})"},
+                                       std::string{R"({"dt":2,"id":3})"},
+                                       std::string{R"({"et":1,"dt":2,"id":3,})"},
+                                       std::string{R"({"et":1 "dt":2,"id":3})"}}) {
+        EXPECT_FALSE(IsReadAlike(payload)) << payload;
+    }
+}
+
+TEST(PlainEnvelope, GivenAPayloadThatIsCutAnywhere_WhenRead_ThenItIsLeftToTheFullReader)
+{
+    for (std::size_t size = 0; size < plain.size(); ++size) {
+        EXPECT_FALSE(IsReadAlike(std::string(plain.substr(0, size)))) << size;
+    }
+}
+
+TEST(PlainEnvelope, GivenAnEnvelopeThatWasRead_WhenAnotherIsLeft_ThenItsTextsAreAsBefore)
+{
+    ps_ns::PlainEnvelope envelope;
+    ASSERT_TRUE(envelope.Read(plain));
+    EXPECT_FALSE(envelope.Read("{"));
+    EXPECT_EQ(envelope.Text("data"), R"({"a":1})");
+    EXPECT_EQ(envelope.Text("none"), std::nullopt);
+}
+
+/// Changes envelopes in ways that mostly keep them close to right.
+class Mutator {
+public:
+    std::string Make()
+    {
+        std::string text(Pick(seeds));
+        for (unsigned changes = Below(4); changes > 0; --changes) {
+            Change(text);
+        }
+        return text;
+    }
+
+private:
+    static constexpr std::array<std::string_view, 4> seeds{
+        plain, R"({"et":"Delete","dt":"ProductDeleteRecord","id":"9"})",
+        R"( { "x" : null , "et" : "\u0041" , "dt":"\/\\" , "id" : 1.0E+05 , "data" : "" } )",
+        "{\"dt\":\"d\xC3\xA9\",\"id\":true,\"et\":\"e\",\"id\":false,\"data\":\"[\\\"\\u20ac\\\"]\"}"};
+    static constexpr std::array<std::string_view, 32> pieces{
+        "\"",   "\\",   "\\\"", "\\u",      "\\u00e9", "\\uD800", "\\uDC00",   "\\n",
+        "{",    "}",    "[",    "]",        ":",       ",",       " ",         "\n",
+        "0",    "-",    ".5",   "e+1",      "01",      "true",    "null",      "\x1F",
+        "\x7F", "\x80", "\xC3", "\xE2\x82", "\xF0",    "\xFF",    "\"et\":1,", "\"data\":\"\","};
+
+    unsigned Below(std::size_t limit) { return static_cast<unsigned>(m_random() % limit); }
+    template <class All>
+    std::string_view Pick(const All& all)
+    {
+        return all[Below(all.size())];
+    }
+
+    void Change(std::string& text)
+    {
+        const std::size_t at = Below(text.size() + 1);
+        switch (Below(5)) {
+        case 0:
+            text.insert(at, Pick(pieces));
+            break;
+        case 1:
+            text.erase(at, 1 + Below(3));
+            break;
+        case 2:
+            text.replace(at, std::min<std::size_t>(1, text.size() - at), Pick(pieces));
+            break;
+        case 3:
+            text.insert(at, 1, static_cast<char>(m_random()));
+            break;
+        default:
+            text.insert(at, text.substr(Below(text.size() + 1), Below(12)));
+        }
+    }
+
+    std::mt19937 m_random{20'261'121};
+};
+
+TEST(PlainEnvelope, GivenManyMutatedEnvelopes_WhenRead_ThenNoneIsReadOtherwise)
+{
+    constexpr std::size_t count = 200'000;
+    Mutator mutator;
+    std::size_t taken = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string payload = mutator.Make();
+        ASSERT_NO_THROW(taken += IsReadAlike(payload) ? 1U : 0U) << payload;
+    }
+    EXPECT_GT(taken, count / 4);
+    EXPECT_LT(taken, count * 3 / 4);
+}
+
+} // namespace
