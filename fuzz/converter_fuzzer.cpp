@@ -1,4 +1,5 @@
-/// Any document into an instrument record: lenient conversion ends well, or with one of the two documented exceptions.
+/// Any document into an instrument record: lenient conversion ends well, or with one of the two documented exceptions,
+/// and both modes make of it what the plainest form of the conversion makes.
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include <miscutils/JSONtopb_non_static.h>
 
 #include "instrument_download_record.pb.h"
+#include "misc/miscutils/tests/reference_converter.h"
 
 namespace {
 
@@ -54,6 +56,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     qx::logging::g_minLogLevel = qx::logging::QXLOG_WALL + 1;
     if (const auto document = parsed({reinterpret_cast<const char*>(data), size})) { // bytes as characters
         convert(*document);
+        for (const bool strict : {true, false}) {
+            if (!qx::test::is_converted_alike<qx::messaging::pds::InstrumentDownloadRecord>(*document, strict)) {
+                __builtin_trap();
+            }
+        }
     }
     return 0;
 }

@@ -1,15 +1,15 @@
 #include <miscutils/JSONtopb_non_static.h>
 
+#include <charconv>
 #include <clocale>
 #include <cstdlib>
 
-#include <boost/uuid/string_generator.hpp>
-#include <boost/uuid/uuid.hpp>
 #include <google/protobuf/descriptor.h>
 #include <logger/logger.h>
 
 #include "field_writer.h"
-#include "gson_name.pb.h"
+#include "node_text.h"
+#include "uuid_text.h"
 
 namespace qx {
 
@@ -50,10 +50,19 @@ bool is_container(const JSONNode& json)
 
 /// `strtod` in the C locale: records always write a decimal point, whatever locale the price server has set, and under
 /// one with a decimal comma plain `strtod` would cut 1.5 down to 1.
-double to_double(const std::string& text)
+double leading_double(std::string_view text)
 {
     static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
-    return strtod_l(text.c_str(), nullptr, c_locale);
+    return strtod_l(std::string(text).c_str(), nullptr, c_locale);
+}
+
+/// The same. Of the texts that it takes whole, which nearly all are, `from_chars` makes the same value without a copy;
+/// out of a double's range, and before what is no number, the two differ.
+double to_double(std::string_view text)
+{
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && end == text.data() + text.size() ? value : leading_double(text);
 }
 
 std::uint64_t little_endian(const std::uint8_t* bytes)
@@ -67,11 +76,13 @@ std::uint64_t little_endian(const std::uint8_t* bytes)
 
 const EnumValueDescriptor* find_enum_value(const EnumDescriptor* type, const JSONNode& json)
 {
+    thread_local std::string name; // protobuf wants a string: one whose memory is there already
     switch (json.type()) {
     case JSON_NUMBER:
         return type->FindValueByNumber(static_cast<std::int32_t>(json.as_int()));
     case JSON_STRING:
-        return type->FindValueByName(json.as_string());
+        name = detail::text_of(json);
+        return type->FindValueByName(name);
     default:
         return nullptr;
     }
@@ -87,26 +98,7 @@ void report_empty(const JSONNode& json, bool wanted)
 
 } // namespace
 
-// ---- Index and checks ----------------------------------------------------------------------------------------------
-
-JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(Message* msg)
-{
-    const auto* msgDesc = msg->GetDescriptor();
-    m_index.reserve(static_cast<std::size_t>(msgDesc->field_count()));
-    for (int i = 0; i < msgDesc->field_count(); ++i) {
-        const FieldDescriptor* field = msgDesc->field(i);
-        const auto& opts = field->options();
-        const std::string& key =
-            opts.HasExtension(messaging::gson_name) ? opts.GetExtension(messaging::gson_name) : field->name();
-        m_index.insert_or_assign(key.c_str(), field); // as a C string: a key ends at its first zero byte
-    }
-}
-
-const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(const std::string& name) const
-{
-    const auto found = m_index.find(name);
-    return found == m_index.end() ? nullptr : found->second;
-}
+// ---- Checks --------------------------------------------------------------------------------------------------------
 
 bool JSONProto::JSON2PB_VERIFY_TYPE(const std::string& json_name, const JSONNode& json, char expectedType,
                                     bool strict) const
@@ -125,42 +117,56 @@ void JSONProto::JSON2PB_FAILED(const std::string& json_name, bool strict) const
     }
 }
 
+void JSONProto::Verify(std::string_view name, const JSONNode& json, char expectedType, bool strict) const
+{
+    if (strict) {
+        JSON2PB_VERIFY_TYPE(std::string(name), json, expectedType, strict);
+    }
+}
+
+void JSONProto::Fail(std::string_view name, bool strict) const
+{
+    if (strict) {
+        JSON2PB_FAILED(std::string(name), strict);
+    }
+}
+
 // ---- One value -----------------------------------------------------------------------------------------------------
 
 template <class Writer>
-void JSONProto::WriteEnum(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const
+void JSONProto::WriteEnum(const Writer& write, std::string_view name, const JSONNode& json, bool strict) const
 {
     if (const auto* value = find_enum_value(write.field->enum_type(), json)) {
         write.Enum(value);
     } else {
-        JSON2PB_FAILED(name, strict);
+        Fail(name, strict);
     }
 }
 
-std::int64_t JSONProto::Integer(const std::string& name, const JSONNode& json, bool strict) const
+std::int64_t JSONProto::Integer(std::string_view name, const JSONNode& json, bool strict) const
 {
-    JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
+    Verify(name, json, JSON_NUMBER, strict);
     return json.as_int();
 }
 
-double JSONProto::Floating(const std::string& name, const JSONNode& json, bool strict) const
+double JSONProto::Floating(std::string_view name, const JSONNode& json, bool strict) const
 {
-    JSON2PB_VERIFY_TYPE(name, json, JSON_NUMBER, strict);
-    return to_double(json.as_string());
+    Verify(name, json, JSON_NUMBER, strict);
+    return to_double(detail::text_of(json));
 }
 
-bool JSONProto::Truth(const std::string& name, const JSONNode& json, bool strict) const
+bool JSONProto::Truth(std::string_view name, const JSONNode& json, bool strict) const
 {
     if (json.type() == JSON_NUMBER) {
         return json.as_int() != 0;
     }
-    JSON2PB_VERIFY_TYPE(name, json, JSON_BOOL, strict);
+    Verify(name, json, JSON_BOOL, strict);
     return json.as_bool();
 }
 
 /// Everything but messages. One line a type: numbers narrow by keeping their low bits.
 template <class Writer>
-void JSONProto::WriteScalar(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const
+void JSONProto::WriteScalar(const Writer& write, std::string_view name, const JSONNode& json, bool strict) const
 {
     switch (write.field->cpp_type()) {
     case FieldDescriptor::CPPTYPE_INT32:
@@ -180,25 +186,25 @@ void JSONProto::WriteScalar(const Writer& write, const std::string& name, const 
     case FieldDescriptor::CPPTYPE_ENUM:
         return WriteEnum(write, name, json, strict);
     case FieldDescriptor::CPPTYPE_STRING:
-        return write.String(json.as_string());
+        return write.String(std::string(detail::text_of(json)));
     case FieldDescriptor::CPPTYPE_MESSAGE:
         return; // the callers' business
     }
 }
 
-void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescriptor* field, const std::string& name,
+void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescriptor* field, std::string_view name,
                           const JSONNode& json, bool strict) const
 {
-    JSON2PB_VERIFY_TYPE(name, json, JSON_STRING, strict);
+    Verify(name, json, JSON_STRING, strict);
     // Made before its type is looked at, and left present when the type is wrong: receivers test for presence.
     Message* submsg = ref->MutableMessage(msg, field);
     // The member's type is asked, not the member: an owner may be destroyed while a last conversion still runs.
     const auto* uuidDesc = decltype(m_sampleUUID)::descriptor();
     if (submsg->GetDescriptor() != uuidDesc) {
-        JSON2PB_FAILED(name, strict);
+        Fail(name, strict);
         return;
     }
-    const boost::uuids::uuid uuid = boost::uuids::string_generator{}(json.as_string());
+    const boost::uuids::uuid uuid = detail::read_uuid(detail::text_of(json));
     const Reflection* subref = submsg->GetReflection();
     subref->SetUInt64(submsg, uuidDesc->FindFieldByNumber(messaging::Uuid::kHiFieldNumber), little_endian(uuid.data));
     subref->SetUInt64(submsg, uuidDesc->FindFieldByNumber(messaging::Uuid::kLoFieldNumber),
@@ -233,20 +239,20 @@ void JSONProto::ParseJSON(Message* msg, const Reflection* ref, const JSONNode& n
         return;
     }
     for (const JSONNode& child : n) {
-        std::string node_name = child.name();
+        const auto node_name = detail::name_of(child);
         if (const FieldDescriptor* field = index.FindFieldByName(node_name)) {
             ParseMember(msg, ref, field, node_name, child, strict);
         } else {
-            JSON2PB_FAILED(node_name, strict);
+            Fail(node_name, strict);
         }
     }
 }
 
-void JSONProto::ParseMember(Message* msg, const Reflection* ref, const FieldDescriptor* field, std::string& name,
+void JSONProto::ParseMember(Message* msg, const Reflection* ref, const FieldDescriptor* field, std::string_view name,
                             const JSONNode& json, bool strict) const
 {
     if (json.type() == JSON_ARRAY) {
-        ParseJSONRepeating(msg, ref, json, name, strict);
+        ParseElements(msg, ref, json, name, strict);
     } else if (json.type() == JSON_NODE) {
         Message* submsg = ref->MutableMessage(msg, field);
         ParseJSON(submsg, submsg->GetReflection(), json, strict);
@@ -260,26 +266,31 @@ void JSONProto::ParseMember(Message* msg, const Reflection* ref, const FieldDesc
 void JSONProto::ParseJSONRepeating(Message* msg, const Reflection* ref, const JSONNode& n,
                                    std::string& repeatingFieldName, bool strict) const
 {
+    ParseElements(msg, ref, n, repeatingFieldName, strict);
+}
+
+void JSONProto::ParseElements(Message* msg, const Reflection* ref, const JSONNode& n, std::string_view name,
+                              bool strict) const
+{
     const FieldDescriptorIndex index(msg);
     if (!is_container(n)) {
         return;
     }
     for (const JSONNode& element : n) {
-        if (const FieldDescriptor* field = index.FindFieldByName(repeatingFieldName)) {
-            ParseElement(msg, ref, field, repeatingFieldName, element, strict);
+        if (const FieldDescriptor* field = index.FindFieldByName(name)) {
+            ParseElement(msg, ref, field, name, element, strict);
         } else {
-            JSON2PB_FAILED(repeatingFieldName, strict);
+            Fail(name, strict);
         }
     }
 }
 
-void JSONProto::ParseElement(Message* msg, const Reflection* ref, const FieldDescriptor* field, const std::string& name,
+void JSONProto::ParseElement(Message* msg, const Reflection* ref, const FieldDescriptor* field, std::string_view name,
                              const JSONNode& json, bool strict) const
 {
     if (json.type() == JSON_ARRAY) {
         // Under its own name, which is empty: nested arrays are not flattened, their elements are unknown keys.
-        std::string own_name = json.name();
-        ParseJSONRepeating(msg, ref, json, own_name, strict);
+        ParseElements(msg, ref, json, detail::name_of(json), strict);
     } else if (json.type() == JSON_NODE) {
         Message* submsg = ref->AddMessage(msg, field);
         ParseJSON(submsg, submsg->GetReflection(), json, strict);

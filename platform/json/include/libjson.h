@@ -6,8 +6,8 @@
 /// Errors    `parse` reports a bad text itself; nothing is read lazily, so no later call fails because of the text.
 /// Threads   A document never changes. Any number of threads may read and copy its nodes at the same time; one
 ///           `JSONNode` object being assigned to needs its own guard, like any other object.
-/// Lifetime  A node that was copied keeps its whole document alive. `at`, `find`, `[]` and iteration give references
-///           into the document: valid as long as any copied node of it lives. Copying costs one atomic increment.
+/// Lifetime  A node that was copied keeps its whole document alive. `at`, `find`, `[]`, iteration and views refer into
+///           the document: valid as long as any copied node of it lives. Copying costs one atomic increment.
 ///
 /// Only the reading half of the interface exists: documents cannot be built or changed through it.
 #pragma once
@@ -50,6 +50,8 @@ public:
 
     char type() const noexcept { return m_type; }
     json_string name() const { return {m_name, m_nameSize}; }
+    /// The same without a copy; a view of the document.
+    std::string_view name_view() const noexcept { return {m_name, m_nameSize}; }
 
     /// The number of children; 0 for everything that is not a container.
     json_index_t size() const noexcept { return m_childCount; }
@@ -67,6 +69,8 @@ public:
 
     /// A string unescaped; a number exactly as it was written; "true", "false", "null"; "" for a container.
     json_string as_string() const { return {m_text, m_textSize}; }
+    /// The same without a copy; a view of the document.
+    std::string_view text_view() const noexcept { return {m_text, m_textSize}; }
 
     /// Exact for every integer of 64 bits, signed or unsigned: above the signed range the result has the bits of the
     /// unsigned value. Beyond 64 bits the result is the nearest signed value. Fractions and exponents are honoured and
@@ -89,8 +93,6 @@ private:
     friend class libjson::detail::Document;
     friend class libjson::detail::DocumentBuilder;
     void swap(JSONNode& other) noexcept;
-    std::string_view nameView() const noexcept { return {m_name, m_nameSize}; }
-    std::string_view textView() const noexcept { return {m_text, m_textSize}; }
 
     const char* m_name = "";
     const char* m_text = "null"; // the document's text or a literal

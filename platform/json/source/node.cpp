@@ -62,7 +62,7 @@ void JSONNode::swap(JSONNode& other) noexcept
 
 JSONNode::const_iterator JSONNode::find(std::string_view name) const noexcept
 {
-    return std::find_if(begin(), end(), [name](const JSONNode& child) { return child.nameView() == name; });
+    return std::find_if(begin(), end(), [name](const JSONNode& child) { return child.name_view() == name; });
 }
 
 const JSONNode& JSONNode::at(json_index_t index) const
@@ -86,7 +86,7 @@ const JSONNode& JSONNode::at(std::string_view name) const
 json_int_t JSONNode::as_int() const noexcept
 {
     if (m_type == JSON_NUMBER || m_type == JSON_STRING) {
-        return libjson::detail::leading_integer(textView());
+        return libjson::detail::leading_integer(text_view());
     }
     return as_bool() ? 1 : 0;
 }
@@ -94,7 +94,7 @@ json_int_t JSONNode::as_int() const noexcept
 json_number JSONNode::as_float() const
 {
     if (m_type == JSON_NUMBER || m_type == JSON_STRING) {
-        return libjson::detail::leading_double(textView());
+        return libjson::detail::leading_double(text_view());
     }
     return as_bool() ? 1.0 : 0.0;
 }
@@ -102,7 +102,7 @@ json_number JSONNode::as_float() const
 bool JSONNode::as_bool() const noexcept
 {
     if (m_type == JSON_NUMBER) {
-        return !libjson::detail::is_zero(textView());
+        return !libjson::detail::is_zero(text_view());
     }
-    return (m_type == JSON_BOOL || m_type == JSON_STRING) && textView() == "true";
+    return (m_type == JSON_BOOL || m_type == JSON_STRING) && text_view() == "true";
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <clocale>
 #include <cstdlib>
 #include <limits>
@@ -122,6 +123,11 @@ locale_t c_locale()
 
 std::int64_t leading_integer(std::string_view text) noexcept
 {
+    std::int64_t plain = 0;
+    if (const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), plain);
+        error == std::errc{} && end == text.data() + text.size()) {
+        return plain; // nothing but digits, as nearly always
+    }
     constexpr auto lowest = std::numeric_limits<std::int64_t>::min();
     constexpr auto highest = std::numeric_limits<std::int64_t>::max();
     const Decimal number = take_apart(text);

@@ -23,6 +23,16 @@ std::vector<std::string> names(const JSONNode& node)
     return result;
 }
 
+TEST(Node, GivenAnyNode_WhenViewed_ThenTheTextsAreThoseThatAreCopied)
+{
+    const JSONNode document = libjson::parse(R"({"k\u0000":"a\nb","n":1.50,"t":true,"o":{}})");
+    for (const JSONNode& node : document) {
+        EXPECT_EQ(node.name_view(), node.name());
+        EXPECT_EQ(node.text_view(), node.as_string());
+    }
+    EXPECT_EQ(document.at(0U).name_view().size(), 2U);
+}
+
 TEST(Node, GivenMembers_WhenVisited_ThenTheyComeInDocumentOrderAndDuplicatesAreKept)
 {
     EXPECT_THAT(names(libjson::parse(R"({"b":1,"a":2,"b":3,"":4})")), ElementsAre("b", "a", "b", ""));

@@ -17,7 +17,8 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
+#include <string_view>
+#include <vector>
 
 #include <google/protobuf/message.h>
 #include <libjson.h>
@@ -43,10 +44,18 @@ public:
     public:
         explicit FieldDescriptorIndex(google::protobuf::Message* msg);
         /// Null when no field has that key. Keys are compared byte by byte.
-        const google::protobuf::FieldDescriptor* FindFieldByName(const std::string& name) const;
+        const google::protobuf::FieldDescriptor* FindFieldByName(std::string_view name) const;
 
     private:
-        std::unordered_map<std::string, const google::protobuf::FieldDescriptor*> m_index;
+        /// A field's place among the message's, and the hash of its key.
+        struct Slot {
+            std::uint32_t hash = 0;
+            std::int32_t field = -1; ///< none
+        };
+        std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
+
+        const google::protobuf::Descriptor* m_type;
+        std::vector<Slot> m_index; ///< a hash table in one piece: it is made anew for every message and array
     };
 
     /// Fills `msg` from an object with at least one member; true when the document was converted. A document that is
@@ -75,21 +84,25 @@ private:
     bool Convert(google::protobuf::Message* msg, const google::protobuf::Reflection* ref, const JSONNode& jsonMsg,
                  bool strict, bool logEmptyJson) const;
     void ParseMember(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
-                     const google::protobuf::FieldDescriptor* field, std::string& name, const JSONNode& json,
+                     const google::protobuf::FieldDescriptor* field, std::string_view name, const JSONNode& json,
                      bool strict) const;
+    void ParseElements(google::protobuf::Message* msg, const google::protobuf::Reflection* ref, const JSONNode& n,
+                       std::string_view name, bool strict) const;
     void ParseElement(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
-                      const google::protobuf::FieldDescriptor* field, const std::string& name, const JSONNode& json,
+                      const google::protobuf::FieldDescriptor* field, std::string_view name, const JSONNode& json,
                       bool strict) const;
     void ParseUuid(google::protobuf::Message* msg, const google::protobuf::Reflection* ref,
-                   const google::protobuf::FieldDescriptor* field, const std::string& name, const JSONNode& json,
+                   const google::protobuf::FieldDescriptor* field, std::string_view name, const JSONNode& json,
                    bool strict) const;
-    std::int64_t Integer(const std::string& name, const JSONNode& json, bool strict) const;
-    double Floating(const std::string& name, const JSONNode& json, bool strict) const;
-    bool Truth(const std::string& name, const JSONNode& json, bool strict) const;
+    void Verify(std::string_view name, const JSONNode& json, char expectedType, bool strict) const;
+    void Fail(std::string_view name, bool strict) const;
+    std::int64_t Integer(std::string_view name, const JSONNode& json, bool strict) const;
+    double Floating(std::string_view name, const JSONNode& json, bool strict) const;
+    bool Truth(std::string_view name, const JSONNode& json, bool strict) const;
     template <class Writer>
-    void WriteScalar(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const;
+    void WriteScalar(const Writer& write, std::string_view name, const JSONNode& json, bool strict) const;
     template <class Writer>
-    void WriteEnum(const Writer& write, const std::string& name, const JSONNode& json, bool strict) const;
+    void WriteEnum(const Writer& write, std::string_view name, const JSONNode& json, bool strict) const;
 
     qx::messaging::Uuid m_sampleUUID;
 };

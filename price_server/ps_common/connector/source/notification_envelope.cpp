@@ -17,13 +17,13 @@ void NotificationEnvelope::Parse(const std::string& payload)
     m_plain = {};
 }
 
-std::string NotificationEnvelope::Text(const char* key) const
+const std::string& NotificationEnvelope::Text(const char* key) const
 {
-    if (const auto text = m_plain.Text(key)) {
-        return std::string(*text);
+    if (const std::string* const text = m_plain.Text(key)) {
+        return *text;
     }
     const boost::property_tree::ptree::path_type path(key, '.');
-    return m_members.get_child(path).get_value<std::string>();
+    return m_members.get_child(path).data();
 }
 
 } // namespace ps_ns

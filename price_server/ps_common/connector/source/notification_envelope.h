@@ -16,8 +16,9 @@ public:
     void Parse(const std::string& payload);
 
     /// Of one of the members in `envelope_key`: others may be found or not. Throws
-    /// boost::property_tree::ptree_bad_path when there is no such member. Of duplicates the first counts.
-    std::string Text(const char* key) const;
+    /// boost::property_tree::ptree_bad_path when there is no such member. Of duplicates the first counts. Valid until
+    /// the next `Parse`.
+    const std::string& Text(const char* key) const;
 
 private:
     PlainEnvelope m_plain;                 ///< what was parsed last, if it is plain

@@ -130,6 +130,10 @@ public:
     /// Behind the opening quote: the contents, appended.
     bool TakeString(std::string& out)
     {
+        const char* const next_quote = std::find(m_at, m_end, '"');
+        if (next_quote != m_end && next_quote[-1] == '\\') {
+            out.reserve(static_cast<std::size_t>(m_end - m_at)); // a record: it is the rest, mostly
+        }
         while (true) {
             const char* const run = m_at;
             if (!SkipCharacters()) {
@@ -281,8 +285,8 @@ bool TakeEnd(Cursor& cursor)
 
 bool PlainEnvelope::Read(std::string_view payload)
 {
-    PlainEnvelope read;
-    read.m_texts.reserve(payload.size()); // no text is longer than it was written
+    Texts texts;
+    std::string ignored;
     Cursor cursor(payload);
     cursor.SkipBlanks();
     if (!cursor.Take('{')) {
@@ -290,42 +294,29 @@ bool PlainEnvelope::Read(std::string_view payload)
     }
     do {
         std::string_view key;
-        const std::size_t begin = read.m_texts.size();
-        if (!TakeKeyAndColon(cursor, key) || !TakeValue(cursor, read.m_texts)) {
+        if (!TakeKeyAndColon(cursor, key)) {
             return false;
         }
-        read.Keep(key, begin);
+        const std::size_t index = IndexOf(key);
+        const bool wanted = index < keys.size() && !texts[index];
+        if (!TakeValue(cursor, wanted ? texts[index].emplace() : ignored)) {
+            return false;
+        }
     } while (cursor.Take(','));
-    if (!TakeEnd(cursor) || !read.IsComplete()) {
+    // The record is not always looked for, so that an envelope may lack it.
+    const bool complete =
+        std::all_of(texts.begin(), texts.end() - 1, [](const auto& text) { return text.has_value(); });
+    if (!TakeEnd(cursor) || !complete) {
         return false;
     }
-    *this = std::move(read);
+    m_texts = std::move(texts);
     return true;
 }
 
-void PlainEnvelope::Keep(std::string_view key, std::size_t begin)
+const std::string* PlainEnvelope::Text(std::string_view key) const
 {
     const std::size_t index = IndexOf(key);
-    if (index == keys.size() || m_places[index]) {
-        m_texts.resize(begin);
-    } else {
-        m_places[index] = {begin, m_texts.size() - begin};
-    }
-}
-
-/// All but the record, which is not always looked for.
-bool PlainEnvelope::IsComplete() const
-{
-    return std::all_of(m_places.begin(), m_places.end() - 1, [](const auto& place) { return place.has_value(); });
-}
-
-std::optional<std::string_view> PlainEnvelope::Text(std::string_view key) const
-{
-    const std::size_t index = IndexOf(key);
-    if (index == keys.size() || !m_places[index]) {
-        return std::nullopt;
-    }
-    return std::string_view(m_texts).substr(m_places[index]->at, m_places[index]->size);
+    return index < keys.size() && m_texts[index] ? &*m_texts[index] : nullptr;
 }
 
 } // namespace ps_ns

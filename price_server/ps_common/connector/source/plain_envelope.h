@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,20 +22,13 @@ public:
     /// or wrong: that is for the full reader, and nothing has changed here.
     bool Read(std::string_view payload);
 
-    /// Of one of the four members; empty if the envelope has none of that name, or nothing was read.
-    std::optional<std::string_view> Text(std::string_view key) const;
+    /// Of one of the four members; null if the envelope has none of that name, or nothing was read.
+    const std::string* Text(std::string_view key) const;
 
 private:
-    struct Place {
-        std::size_t at;
-        std::size_t size;
-    };
+    using Texts = std::array<std::optional<std::string>, 4>;
 
-    void Keep(std::string_view key, std::size_t begin);
-    bool IsComplete() const;
-
-    std::string m_texts; ///< one behind the other
-    std::array<std::optional<Place>, 4> m_places;
+    Texts m_texts;
 };
 
 } // namespace ps_ns

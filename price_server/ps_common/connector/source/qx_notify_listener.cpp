@@ -104,10 +104,10 @@ struct InstrumentDownload {
 /// One data message, its envelope read.
 struct QXNotifyListener::Notification {
     const NotificationEnvelope& envelope;
-    PdsNotifyEventType eventType = {};
-    std::string dataTypeText = {};
-    PdsNotifyDataType dataType = {};
-    std::string id = {};
+    PdsNotifyEventType eventType;
+    const std::string& dataTypeText;
+    PdsNotifyDataType dataType;
+    const std::string& id;
 };
 
 QXNotifyListener::QXNotifyListener(QXNotifyObserver* observer)
@@ -209,12 +209,10 @@ void QXNotifyListener::HandleData(const lbm::Message& msg)
 /// In the order in which a missing one is noticed.
 QXNotifyListener::Notification QXNotifyListener::ReadMembers(const NotificationEnvelope& envelope)
 {
-    Notification notification{envelope};
-    notification.eventType = GetNotifyEventTypeFromString(envelope.Text(envelope_key::eventType));
-    notification.dataTypeText = envelope.Text(envelope_key::dataType);
-    notification.dataType = GetNotifyDataTypeFromString(notification.dataTypeText);
-    notification.id = envelope.Text(envelope_key::id);
-    return notification;
+    const PdsNotifyEventType eventType = GetNotifyEventTypeFromString(envelope.Text(envelope_key::eventType));
+    const std::string& dataTypeText = envelope.Text(envelope_key::dataType);
+    const PdsNotifyDataType dataType = GetNotifyDataTypeFromString(dataTypeText);
+    return {envelope, eventType, dataTypeText, dataType, envelope.Text(envelope_key::id)};
 }
 
 void QXNotifyListener::HandleRecord(const Notification& notification)
@@ -252,7 +250,7 @@ void QXNotifyListener::LogDropped(const Notification& notification)
 template <class Kind>
 void QXNotifyListener::HandleDownload(const Notification& notification)
 {
-    const std::string data = notification.envelope.Text(envelope_key::data);
+    const std::string& data = notification.envelope.Text(envelope_key::data);
     QXNOTIFY_LOG(QXLOG_DEBUG) << Kind::name << ": Inner JSON Data=" << data;
     try {
         ConvertAndDeliver<Kind>(notification, data);

@@ -25,11 +25,12 @@ inline bool IsReadAlike(const std::string& payload)
     boost::property_tree::read_json(stream, members); // its refusal is a std::runtime_error
     for (const char* key : {envelope_key::eventType, envelope_key::dataType, envelope_key::id, envelope_key::data}) {
         const auto expected = members.get_child_optional({key, '.'});
-        const auto text = plain.Text(key);
-        if (text.has_value() != expected.has_value() || (text && *text != expected->get_value<std::string>())) {
+        const std::string* const text = plain.Text(key);
+        if ((text != nullptr) != expected.has_value() ||
+            (text != nullptr && *text != expected->get_value<std::string>())) {
             throw std::runtime_error(std::string("another text of \"") + key + '"');
         }
-        if (!text && key != std::string_view(envelope_key::data)) {
+        if (text == nullptr && key != std::string_view(envelope_key::data)) {
             throw std::runtime_error(std::string("taken without \"") + key + '"');
         }
     }

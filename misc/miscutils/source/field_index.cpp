@@ -1,0 +1,86 @@
+#include <miscutils/JSONtopb_non_static.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include <google/protobuf/descriptor.h>
+
+#include "gson_name.pb.h"
+
+namespace qx {
+namespace {
+
+using google::protobuf::FieldDescriptor;
+using google::protobuf::FieldOptions;
+
+/// As a C string: a key ends at its first zero byte.
+std::string_view key_of(const FieldDescriptor& field)
+{
+    const FieldOptions& options = field.options();
+    const bool has_options = &options != &FieldOptions::default_instance(); // most have none, and that is quick to see
+    return has_options && options.HasExtension(messaging::gson_name)
+               ? options.GetExtension(messaging::gson_name).c_str()
+               : field.name().c_str();
+}
+
+template <class Word>
+std::uint64_t word_at(const char* text)
+{
+    Word word = 0;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+/// Of the length and both ends, which may overlap: enough to tell the keys of one message apart, for a fraction of what
+/// all of a key costs.
+std::uint32_t hash_of(std::string_view key)
+{
+    const char* const first = key.data();
+    const char* const end = first + key.size();
+    std::uint64_t ends[2] = {0, key.size()};
+    if (key.size() >= 8) {
+        ends[0] = word_at<std::uint64_t>(first);
+        ends[1] += word_at<std::uint64_t>(end - 8);
+    } else if (key.size() >= 2) {
+        ends[0] = word_at<std::uint16_t>(first) << 16U | word_at<std::uint16_t>(end - 2);
+        ends[1] += word_at<std::uint8_t>(first + key.size() / 2);
+    } else if (key.size() == 1) {
+        ends[0] = word_at<std::uint8_t>(first);
+    }
+    const std::uint64_t mixed = (ends[0] ^ (ends[1] * 0xC2B2AE3D27D4EB4FULL)) * 0x9E3779B97F4A7C15ULL;
+    return static_cast<std::uint32_t>(mixed >> 32U);
+}
+
+} // namespace
+
+JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(google::protobuf::Message* msg)
+    : m_type(msg->GetDescriptor())
+    , m_index(std::bit_ceil(2 * static_cast<std::size_t>(m_type->field_count()) + 1))
+{
+    for (int i = 0; i < m_type->field_count(); ++i) {
+        const std::string_view key = key_of(*m_type->field(i));
+        const std::uint32_t hash = hash_of(key);
+        m_index[SlotOf(key, hash)] = {hash, i};
+    }
+}
+
+/// The key's own slot, or the free one that it would take: there always is one.
+std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key, std::uint32_t hash) const
+{
+    const std::size_t mask = m_index.size() - 1;
+    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
+        const Slot& slot = m_index[at];
+        if (slot.field < 0 || (slot.hash == hash && key_of(*m_type->field(slot.field)) == key)) {
+            return at;
+        }
+    }
+}
+
+const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(std::string_view name) const
+{
+    const Slot& slot = m_index[SlotOf(name, hash_of(name))];
+    return slot.field < 0 ? nullptr : m_type->field(slot.field);
+}
+
+} // namespace qx
