@@ -2,13 +2,14 @@
 # Runs the benchmarks of the release preset. Peers are measured in the same run; compare ratios, not runs.
 #   scripts/bench.sh                               all of them, a few minutes
 #   scripts/bench.sh --benchmark_format=json       as JSON
-#   scripts/bench.sh --benchmark_filter=Parse      arguments --benchmark_... go to every program but the transport's,
-#                                                  which a filter leaves out
+#   scripts/bench.sh --benchmark_filter=Parse      arguments --benchmark_... go to every program but the notification
+#                                                  path's and the transport's, which a filter leaves out
 #   scripts/bench.sh --rounds 5 --only latency     all others go to the transport's, which then runs alone
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 shared=()
+path=()
 transport=()
 for argument in "$@"; do
     case $argument in
@@ -26,10 +27,15 @@ if [ ${#transport[@]} -eq 0 ]; then
         "$program" --benchmark_enable_random_interleaving=true "${shared[@]}"
     done
     transport=(--rounds 3 --count 50000)
+    path=(--rounds 9)
 fi
 case " ${shared[*]} " in
     *" --benchmark_filter="*) exit 0 ;;
-    *" --benchmark_format=json "*) transport+=(--json) ;;
+    *" --benchmark_format=json "*) path+=(--json) transport+=(--json) ;;
 esac
+if [ ${#path[@]} -gt 1 ]; then
+    echo "== notification_path_benchmark"
+    build/release/benchmarks/notification_path/notification_path_benchmark "${path[@]}"
+fi
 echo "== transport_benchmark"
 build/release/benchmarks/transport/transport_benchmark "${transport[@]}"

@@ -18,10 +18,12 @@ using google::protobuf::FieldOptions;
 std::string_view key_of(const FieldDescriptor& field)
 {
     const FieldOptions& options = field.options();
-    const bool has_options = &options != &FieldOptions::default_instance(); // most have none, and that is quick to see
-    return has_options && options.HasExtension(messaging::gson_name)
-               ? options.GetExtension(messaging::gson_name).c_str()
-               : field.name().c_str();
+    if (&options == &FieldOptions::default_instance()) { // it has none at all, which is quick to see
+        return field.name().c_str();
+    }
+    const std::string& name = options.GetExtension(messaging::gson_name);
+    const bool is_set = &name != &messaging::gson_name.default_value(); // asking for it would be a second search
+    return (is_set ? name : field.name()).c_str();
 }
 
 template <class Word>
@@ -52,17 +54,28 @@ std::uint32_t hash_of(std::string_view key)
     return static_cast<std::uint32_t>(mixed >> 32U);
 }
 
+/// A power of two, of which a quarter stays free at least.
+std::size_t slots_for(std::size_t fields)
+{
+    return std::bit_ceil(fields + fields / 3 + 1);
+}
+
 } // namespace
 
 JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(google::protobuf::Message* msg)
     : m_type(msg->GetDescriptor())
-    , m_index(std::bit_ceil(2 * static_cast<std::size_t>(m_type->field_count()) + 1))
+    , m_index(slots_for(static_cast<std::size_t>(m_type->field_count())))
 {
     for (int i = 0; i < m_type->field_count(); ++i) {
         const std::string_view key = key_of(*m_type->field(i));
         const std::uint32_t hash = hash_of(key);
-        m_index[SlotOf(key, hash)] = {hash, i};
+        m_index[SlotOf(key, hash)] = {hash, i + 1};
     }
+}
+
+const FieldDescriptor* JSONProto::FieldDescriptorIndex::FieldIn(const Slot& slot) const
+{
+    return m_type->field(slot.place - 1);
 }
 
 /// The key's own slot, or the free one that it would take: there always is one.
@@ -71,7 +84,7 @@ std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key, std::u
     const std::size_t mask = m_index.size() - 1;
     for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
         const Slot& slot = m_index[at];
-        if (slot.field < 0 || (slot.hash == hash && key_of(*m_type->field(slot.field)) == key)) {
+        if (slot.place == 0 || (slot.hash == hash && key_of(*FieldIn(slot)) == key)) {
             return at;
         }
     }
@@ -80,7 +93,7 @@ std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key, std::u
 const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(std::string_view name) const
 {
     const Slot& slot = m_index[SlotOf(name, hash_of(name))];
-    return slot.field < 0 ? nullptr : m_type->field(slot.field);
+    return slot.place == 0 ? nullptr : FieldIn(slot);
 }
 
 } // namespace qx

@@ -22,8 +22,16 @@ JSONNode::JSONNode(const JSONNode& other) noexcept
 }
 
 JSONNode::JSONNode(JSONNode&& other) noexcept
+    : m_name(std::exchange(other.m_name, ""))
+    , m_text(std::exchange(other.m_text, "null"))
+    , m_children(std::exchange(other.m_children, nullptr))
+    , m_document(std::exchange(other.m_document, nullptr))
+    , m_nameSize(std::exchange(other.m_nameSize, 0))
+    , m_textSize(std::exchange(other.m_textSize, 4))
+    , m_childCount(std::exchange(other.m_childCount, 0))
+    , m_type(std::exchange(other.m_type, JSON_NULL))
+    , m_owning(std::exchange(other.m_owning, false))
 {
-    swap(other);
 }
 
 JSONNode& JSONNode::operator=(const JSONNode& other) noexcept

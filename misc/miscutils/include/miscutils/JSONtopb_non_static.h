@@ -47,11 +47,12 @@ public:
         const google::protobuf::FieldDescriptor* FindFieldByName(std::string_view name) const;
 
     private:
-        /// A field's place among the message's, and the hash of its key.
+        /// The hash of a field's key, and its place among the message's fields, counted from 1; 0 is none.
         struct Slot {
             std::uint32_t hash = 0;
-            std::int32_t field = -1; ///< none
+            std::int32_t place = 0;
         };
+        const google::protobuf::FieldDescriptor* FieldIn(const Slot& slot) const;
         std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
 
         const google::protobuf::Descriptor* m_type;

@@ -112,7 +112,10 @@ public:
         if (!Take('e') && !Take('E')) {
             return true;
         }
-        return (Take('+') || Take('-') || true) && TakeDigits();
+        if (!Take('+')) {
+            Take('-');
+        }
+        return TakeDigits();
     }
 
     /// Of a key, which has no escapes: a view of the payload.
