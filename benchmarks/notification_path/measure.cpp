@@ -79,6 +79,7 @@ std::vector<Figure> measure(const std::vector<Contender>& contenders, std::size_
         }
     }
     std::vector<Figure> figures;
+    figures.reserve(courses.size());
     for (const Course& course : courses) {
         figures.push_back(course.figure());
     }
