@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <clocale>
+#include <cmath>
 #include <cstdlib>
 
 #include <google/protobuf/descriptor.h>
@@ -57,12 +58,13 @@ double leading_double(std::string_view text)
 }
 
 /// The same. Of the texts that it takes whole, which nearly all are, `from_chars` makes the same value without a copy;
-/// out of a double's range, and before what is no number, the two differ.
+/// out of a double's range, before what is no number, and in what "nan(1)" stands for, the two differ.
 double to_double(std::string_view text)
 {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc{} && end == text.data() + text.size() ? value : leading_double(text);
+    const bool same = error == std::errc{} && end == text.data() + text.size() && std::isfinite(value);
+    return same ? value : leading_double(text);
 }
 
 std::uint64_t little_endian(const std::uint8_t* bytes)
@@ -76,13 +78,11 @@ std::uint64_t little_endian(const std::uint8_t* bytes)
 
 const EnumValueDescriptor* find_enum_value(const EnumDescriptor* type, const JSONNode& json)
 {
-    thread_local std::string name; // protobuf wants a string: one whose memory is there already
     switch (json.type()) {
     case JSON_NUMBER:
         return type->FindValueByNumber(static_cast<std::int32_t>(json.as_int()));
     case JSON_STRING:
-        name = detail::text_of(json);
-        return type->FindValueByName(name);
+        return type->FindValueByName(std::string(detail::text_of(json)));
     default:
         return nullptr;
     }

@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 3> seeds{
     R"({"i32s":[1,2],"i64s":[-3],"u64s":[4],"reals":[1,2.5],"flags":[true,0],"sides":["Sell",1],"texts":["a","b"],)"
     R"("inners":[{"number":1},{"numbers":[2,3]}]})",
     R"({"side":2,"flag":1,"real":"1.5","i32":"12abc","text":17,"uuid":"{00112233445566778899aabbccddeeff}","none":[1]})"};
-constexpr std::array<std::string_view, 30> pieces{"1",
+constexpr std::array<std::string_view, 31> pieces{"1",
                                                   "-1",
                                                   "0",
                                                   "1e400",
@@ -30,6 +30,7 @@ constexpr std::array<std::string_view, 30> pieces{"1",
                                                   "\"0x1p3\"",
                                                   "\" 7\"",
                                                   "\"nan\"",
+                                                  "\"nan(1)\"",
                                                   "\"-inf\"",
                                                   "true",
                                                   "false",

@@ -9,14 +9,6 @@
 
 namespace qx::transport {
 
-void EventQueue::configure(const Options& defaults)
-{
-    std::call_once(configured_, [&] {
-        options_.fill_from(defaults);
-        mailbox_.set_bytes_max(bytes_max(options_));
-    });
-}
-
 int EventQueue::dispatch(unsigned long timeout_ms)
 {
     const Passage passage{dispatchers_};

@@ -23,7 +23,14 @@ public:
     }
 
     /// What nobody has set on the queue itself is as the first context says on which it is used.
-    void configure(const Options& defaults);
+    template <class MakeOptions>
+    void configure(MakeOptions defaults)
+    {
+        std::call_once(configured_, [&] {
+            options_.fill_from(defaults());
+            mailbox_.set_bytes_max(bytes_max(options_));
+        });
+    }
 
     Mailbox& mailbox() noexcept { return mailbox_; }
 

@@ -58,7 +58,7 @@ inline std::shared_ptr<EventQueue> queue_of(const lbm_event_queue* evq, const Co
     if (evq == nullptr) {
         return nullptr;
     }
-    evq->queue->configure(context.defaults_for(Scope::event_queue));
+    evq->queue->configure([&] { return context.defaults_for(Scope::event_queue); });
     return evq->queue;
 }
 

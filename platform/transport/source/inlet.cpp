@@ -41,20 +41,22 @@ Inlet::Left Inlet::take(std::size_t batches, const Visit& visit, const VisitGone
     notified_ = false; // before it is emptied: what arrives later is told of again
     Loans loans{};
     Infos infos{};
-    dds_return_t taken = 0;
+    bool full = true; // of the last batch: a smaller one was all that there was
     std::size_t batch = 0;
-    for (; batch < batches; ++batch) {
-        taken = dds_take(reader_.get(), loans.data(), infos.data(), batch_max, batch_max);
+    for (; batch < batches && full; ++batch) {
+        const dds_return_t taken = dds_take(reader_.get(), loans.data(), infos.data(), batch_max, batch_max);
         if (taken <= 0) {
+            full = false;
             break;
         }
         give_back(loans, infos, taken, visit);
+        full = taken == static_cast<dds_return_t>(batch_max);
     }
     for (const Gone& gone : std::exchange(gone_, {})) {
         take_rest_of(gone, visit);
         visit_gone(gone.context, gone.part);
     }
-    if (batch == batches) {
+    if (full) {
         return Left::perhaps_more;
     }
     return batch == 0 ? Left::nothing_came : Left::nothing;

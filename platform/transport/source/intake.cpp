@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t batches_per_turn = 16;
 constexpr std::size_t batches_between_callbacks = 1; // what waits in the queue counts against its bound
 constexpr std::chrono::seconds longest_wait{30};
-constexpr std::chrono::milliseconds copies_apart_max{100};
+constexpr std::chrono::milliseconds copies_apart_max{1'000};
 
 } // namespace
 
@@ -86,12 +86,13 @@ void Intake::remove(const std::shared_ptr<Receiver>& receiver)
 
 void Intake::hear(const std::string& partition)
 {
-    auto& inlet = frames_[partition];
-    if (!inlet) {
-        inlet = make_inlet<FramesInlet>(frames_topic_.get(), frames_qos(partition).get());
-        frames_by_id_.emplace(inlet->id(), inlet.get());
+    auto found = frames_.find(partition);
+    if (found == frames_.end()) {
+        auto made = make_inlet<FramesInlet>(frames_topic_.get(), frames_qos(partition).get());
+        frames_by_id_.emplace(made->id(), made.get());
+        found = frames_.emplace(partition, std::move(made)).first;
     }
-    ++inlet->users;
+    ++found->second->users;
 }
 
 void Intake::unhear(const std::string& partition)
@@ -115,12 +116,10 @@ void Intake::unhear(const std::string& partition)
 void Intake::drain_until_even(FramesInlet& inlet)
 {
     const auto deadline = Clock::now() + copies_apart_max;
-    while (drain_frames(inlet, batches_per_turn) != Inlet::Left::nothing_came || Clock::now() < deadline) {
-        if (!tracker_.is_behind(inlet.id())) {
-            return;
-        }
+    do {
+        drain_frames(inlet, batches_per_turn);
         std::this_thread::yield();
-    }
+    } while (tracker_.is_behind(inlet.id()) && Clock::now() < deadline);
 }
 
 void Intake::hear_answers(const ContextId& self)
@@ -210,6 +209,7 @@ void Intake::relieve()
         called_ = false; // before the readers are emptied: what arrives later calls again
         drain_all(batches_per_turn);
         wake();
+        called_ = called_ || (!idle_ && has_arrivals()); // what a turn left is there still
         lock.lock();
     }
 }

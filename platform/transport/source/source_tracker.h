@@ -2,9 +2,9 @@
 /// beginning, its data in order, its losses in their place, one end.
 ///
 /// Ends      a close message; `end_grace` after a closed catalogue entry once all that the source said has come or can
-///           come no more, else when its stream has been quiet for `repair_grace`; the same grace of quiet after its
-///           page is gone or lists it no more, or all of the sender's participant is gone; the loss of the stream's
-///           sender.
+///           come no more, else when its stream has been quiet for `repair_grace`; once its stream has been quiet for
+///           `end_grace` after its page is gone or all of the sender's participant is, or after its page lists it no
+///           more, and then after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor

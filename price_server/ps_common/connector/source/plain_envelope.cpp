@@ -2,9 +2,8 @@
 // - Blanks are space, tab, line feed and carriage return; behind the document nothing else may stand.
 // - Of several members with one name the first counts.
 // - Numbers and literals keep their text.
-// - In strings, bytes below 0x20 are errors. Of UTF-8 only the number of trailing bytes is checked, not which
-// characters
-//   they make: C0 80 passes. All of them pass unchanged.
+// - In strings, bytes below 0x20 are errors. Of UTF-8 only the number of trailing bytes is checked, not what they mean:
+//   C0 80 passes. All of them pass unchanged.
 // - The escapes are those of JSON. Each \u outside the surrogates is one character, \u0000 included.
 // Whatever is not sure to be right is left to the full reader, so that every failure is its own: a byte order mark,
 // surrogates, containers, keys with escapes.
@@ -121,8 +120,11 @@ public:
     /// Of a key, which has no escapes: a view of the payload.
     bool TakeKey(std::string_view& key)
     {
-        const char* const begin = m_at + 1;
-        if (!Take('"') || !SkipCharacters() || Peek() != '"') {
+        if (!Take('"')) {
+            return false;
+        }
+        const char* const begin = m_at;
+        if (!SkipCharacters() || Peek() != '"') {
             return false;
         }
         key = {begin, m_at};
