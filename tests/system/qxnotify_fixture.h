@@ -20,6 +20,8 @@ protected:
     QxNotify();
     ~QxNotify() override;
 
+    /// Any verb; it may still be running.
+    std::unique_ptr<Process> start(std::vector<std::string> arguments, const Environment& changes = {});
     /// A listener that has said that it listens.
     std::unique_ptr<Process> listen(std::vector<std::string> arguments, const Environment& changes = {});
     /// A publisher that may still be running.
@@ -37,8 +39,6 @@ protected:
     static json summary_of(const Process& listener);
 
 private:
-    std::unique_ptr<Process> start(std::vector<std::string> arguments, const Environment& changes);
-
     std::filesystem::path m_folder;
     Environment m_environment;
 };

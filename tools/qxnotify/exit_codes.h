@@ -16,6 +16,8 @@ enum class ExitCode : int {
     no_listener = 7,
     input_output = 8,
     interrupted = 9,
+    not_as_sent = 10,
+    peer_ended = 11,
 };
 
 constexpr int to_int(ExitCode code)

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdint>
-#include <limits>
+#include <cstddef>
 #include <system_error>
 
 #include <poll.h>
@@ -39,14 +38,21 @@ int open_signal_fd()
     return checked(::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC), "signalfd");
 }
 
-/// What is left, rounded up so that a wait never ends before its deadline; at most what poll() can be told.
-int remaining_ms(Deadline deadline)
+/// What is left, at least nothing.
+timespec remaining(std::chrono::steady_clock::time_point deadline)
 {
-    if (!deadline) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, std::numeric_limits<int>::max()));
+    using namespace std::chrono;
+    const auto left = std::max(deadline - steady_clock::now(), steady_clock::duration::zero());
+    const auto whole = floor<seconds>(left);
+    return {static_cast<time_t>(whole.count()), static_cast<long>(nanoseconds(left - whole).count())};
+}
+
+/// poll() in the clock's own unit: what is due in 50 us should not wait for a millisecond.
+template <std::size_t Count>
+int poll_until(std::array<pollfd, Count>& fds, Deadline deadline)
+{
+    const timespec timeout = deadline ? remaining(*deadline) : timespec{};
+    return ::ppoll(fds.data(), fds.size(), deadline ? &timeout : nullptr, nullptr);
 }
 
 } // namespace
@@ -113,13 +119,23 @@ void Waker::clear() noexcept
     [[maybe_unused]] const int result = ::eventfd_read(m_fd.get(), &count);
 }
 
+bool wait_for(int fd, Deadline deadline)
+{
+    std::array<pollfd, 1> fds{{{fd, POLLIN, 0}}};
+    int ready = -1;
+    do {
+        ready = poll_until(fds, deadline);
+    } while ((ready == -1 && errno == EINTR) || (ready == 0 && !passed(deadline)));
+    return ready > 0;
+}
+
 Woken wait_for(int fd, StopSignals& stop, Deadline deadline)
 {
     while (stop.received() == 0) {
-        std::array<pollfd, 2> fds{{{stop.fd(), POLLIN, 0}, {fd, POLLIN, 0}}}; // poll() passes over -1
-        const int ready = ::poll(fds.data(), fds.size(), remaining_ms(deadline));
+        std::array<pollfd, 2> fds{{{stop.fd(), POLLIN, 0}, {fd, POLLIN, 0}}}; // ppoll() passes over -1
+        const int ready = poll_until(fds, deadline);
         if (ready == -1 && errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), "poll");
+            throw std::system_error(errno, std::generic_category(), "ppoll");
         }
         if (ready > 0 && fds[0].revents == 0) {
             return Woken::ready;

@@ -71,6 +71,9 @@ enum class Woken { ready, stopped, timed_out };
 /// never ready. A signal wins over `fd`.
 Woken wait_for(int fd, StopSignals& stop, Deadline deadline);
 
+/// The same without regard to signals: whether `fd` can be read (or has ended) before the deadline.
+bool wait_for(int fd, Deadline deadline);
+
 /// "SIGTERM" for SIGTERM; the number for others.
 std::string signal_name(int signal);
 

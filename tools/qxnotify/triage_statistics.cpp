@@ -1,19 +1,10 @@
 #include "qxnotify/triage_statistics.h"
 
 #include <algorithm>
-#include <cstddef>
+
+#include "qxnotify/percentile.h"
 
 namespace qx::tool {
-
-namespace {
-
-double percentile(const std::vector<double>& sorted, std::size_t percent)
-{
-    const std::size_t rank = (sorted.size() * percent + 99) / 100;
-    return sorted[std::max<std::size_t>(rank, 1) - 1];
-}
-
-} // namespace
 
 std::optional<Latencies> summarise(std::vector<double> values)
 {
@@ -21,7 +12,7 @@ std::optional<Latencies> summarise(std::vector<double> values)
         return {};
     }
     std::sort(values.begin(), values.end());
-    return Latencies{values.front(), percentile(values, 50), percentile(values, 90), percentile(values, 99),
+    return Latencies{values.front(), percentile(values, 500), percentile(values, 900), percentile(values, 990),
                      values.back()};
 }
 

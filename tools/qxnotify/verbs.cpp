@@ -8,6 +8,7 @@
 
 #include <lbm/lbm_cpp.h>
 
+#include "qxnotify/bench_command.h"
 #include "qxnotify/listen_command.h"
 #include "qxnotify/notification_names.h"
 #include "qxnotify/output.h"
@@ -24,6 +25,7 @@ constexpr const char* examples = R"(Start with
   qxnotify listen 42                          in one terminal
   qxnotify publish --generate 20              in another one
 and see `qxnotify listen --help`, `qxnotify publish --help`, `qxnotify triage --help`.
+`qxnotify bench` measures what a notification costs here.
 
 The transport is configured by LBM_XML_CONFIG_FILENAME and LBM_XML_CONFIG_APPNAME; without them it uses loopback.)";
 
@@ -80,13 +82,15 @@ int run_qxnotify(int argc, const char* const* argv)
     // Who closes our output has seen enough; a write that fails says so.
     std::signal(SIGPIPE, SIG_IGN);
 
-    CLI::App app("Listens to and publishes product notifications, and asks who listens", "qxnotify");
+    CLI::App app("Listens to and publishes product notifications, measures them, and asks who listens", "qxnotify");
     app.set_version_flag("--version", "qxnotify " + std::string{version});
     app.require_subcommand(1);
     app.footer(std::string{examples} + "\n\n" + exit_code_help());
+    BenchOptions bench_options;
     ListenOptions listen_options;
     PublishOptions publish_options;
     TriageOptions triage_options;
+    const CLI::App& bench = add_bench_verb(app, bench_options);
     const CLI::App& listen = add_listen_verb(app, listen_options);
     add_publish_verb(app, publish_options);
     const CLI::App& triage = add_triage_verb(app, triage_options);
@@ -98,6 +102,9 @@ int run_qxnotify(int argc, const char* const* argv)
     }
     if (triage.parsed()) {
         return to_int(run_triage(triage, triage_options));
+    }
+    if (bench.parsed()) {
+        return to_int(guarded(run_bench, bench_options));
     }
     return to_int(listen.parsed() ? guarded(run_listen, listen_options) : guarded(run_publish, publish_options));
 }

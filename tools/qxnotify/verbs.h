@@ -8,10 +8,12 @@
 
 namespace qx::tool {
 
+struct BenchOptions;
 struct ListenOptions;
 struct PublishOptions;
 
 /// The bindings alone: they fill `options`, which must outlive `app`.
+CLI::App& add_bench_verb(CLI::App& app, BenchOptions& options);
 CLI::App& add_listen_verb(CLI::App& app, ListenOptions& options);
 CLI::App& add_publish_verb(CLI::App& app, PublishOptions& options);
 

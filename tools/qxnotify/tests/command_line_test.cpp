@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "qxnotify/bench_options.h"
 #include "qxnotify/listen_options.h"
 #include "qxnotify/publish_options.h"
 #include "qxnotify/verbs.h"
@@ -21,6 +22,7 @@ using testing::IsEmpty;
 struct CommandLine {
     CommandLine(std::initializer_list<const char*> words)
     {
+        add_bench_verb(app, bench);
         add_listen_verb(app, listen);
         add_publish_verb(app, publish);
         std::vector<std::string> reversed(words.begin(), words.end());
@@ -33,6 +35,7 @@ struct CommandLine {
     }
 
     CLI::App app{"", "qxnotify"};
+    BenchOptions bench;
     ListenOptions listen;
     PublishOptions publish;
     std::string error;
@@ -155,12 +158,43 @@ TEST(PublishCommandLine, GivenSeedWithoutGenerator_WhenParsed_ThenRefused)
     EXPECT_THAT(CommandLine({"publish", "--seed", "1"}).error, HasSubstr("requires --generate"));
 }
 
+TEST(BenchCommandLine, GivenNothing_WhenParsed_ThenDefaults)
+{
+    const CommandLine line{"bench"};
+    EXPECT_EQ(line.error, "");
+    EXPECT_EQ(line.bench.count, 200'000U);
+    EXPECT_THAT(line.bench.rates, ElementsAre(1'000, 10'000));
+    EXPECT_EQ(line.bench.seconds, 5);
+    EXPECT_FALSE(line.bench.json);
+    EXPECT_EQ(line.bench.listen_in, "");
+}
+
+TEST(BenchCommandLine, GivenEveryOption_WhenParsed_ThenItIsTaken)
+{
+    const CommandLine line{"bench", "--count", "7", "--rate", "0.5,20", "--seconds", "1.5", "--json"};
+    EXPECT_EQ(line.error, "");
+    EXPECT_EQ(line.bench.count, 7U);
+    EXPECT_THAT(line.bench.rates, ElementsAre(0.5, 20));
+    EXPECT_EQ(line.bench.seconds, 1.5);
+    EXPECT_TRUE(line.bench.json);
+}
+
+TEST(BenchCommandLine, GivenBadValues_WhenParsed_ThenRefused)
+{
+    for (const char* value : {"0", "-1", "nan", "inf", "x", "", "1000000000"}) {
+        for (const char* option : {"--count", "--rate", "--seconds"}) {
+            EXPECT_NE(CommandLine({"bench", option, value}).error, "") << option << " " << value;
+        }
+    }
+}
+
 TEST(Program, GivenHelpOrVersion_WhenRun_ThenDone)
 {
     EXPECT_EQ(run({"--help"}), to_int(ExitCode::done));
     EXPECT_EQ(run({"--version"}), to_int(ExitCode::done));
     EXPECT_EQ(run({"listen", "--help"}), to_int(ExitCode::done));
     EXPECT_EQ(run({"publish", "--help"}), to_int(ExitCode::done));
+    EXPECT_EQ(run({"bench", "--help"}), to_int(ExitCode::done));
 }
 
 TEST(Program, GivenWrongCommandLine_WhenRun_ThenUsage)

@@ -65,7 +65,7 @@ Meanings meanings_of_page(const std::string& heading)
 TEST(ExitCodes, GivenThePage_WhenReadBesideTheHelp_ThenTheySayTheSame)
 {
     const Meanings meanings = meanings_of_help(exit_code_help());
-    EXPECT_THAT(meanings, SizeIs(11));
+    EXPECT_THAT(meanings, SizeIs(13));
     EXPECT_EQ(meanings_of_page("Exit codes"), meanings);
 }
 
