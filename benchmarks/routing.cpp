@@ -1,6 +1,6 @@
 // What it costs to take a message to its receivers: one wildcard receiver for all topics beside a thousand that share
-// them. Either way a message has one receiver. Only the routing and an empty callback are timed, but for the last, which
-// goes through the engine: elsewhere that way is the same for both and would hide the difference.
+// them. Either way a message has one receiver. Only the routing and an empty callback are timed: the way through the
+// network and the queues is the same for both and would hide the difference. The last one is about that way, too.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
