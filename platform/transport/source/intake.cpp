@@ -209,7 +209,9 @@ void Intake::relieve()
         called_ = false; // before the readers are emptied: what arrives later calls again
         drain_all(batches_per_turn);
         wake();
-        called_ = called_ || (!idle_ && has_arrivals()); // what a turn left is there still
+        if (!idle_ && has_arrivals()) {
+            called_ = true; // a turn left something
+        }
         lock.lock();
     }
 }

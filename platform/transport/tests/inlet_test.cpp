@@ -67,6 +67,19 @@ TEST_F(InletTest, GivenManyPackets_WhenTheyArrive_ThenItNotifiesOnceUntilItIsTak
     EXPECT_THAT(notified, ElementsAre(number, number));
 }
 
+TEST_F(InletTest, GivenAWriterOfWhichAllWasTaken_WhenItGoes_ThenThatIsNotifiedAndTold)
+{
+    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
+    test::wait_for_readers(writer);
+    write(writer, 1, 2);
+    take(1);
+    notified.clear();
+    dds_delete(writer);
+    EXPECT_THAT(notified, ElementsAre(number));
+    take(1);
+    EXPECT_THAT(gone, ElementsAre(Pair(1U, 2U)));
+}
+
 TEST_F(InletTest, GivenAWriterThatIsGoneBesideABusyOne_WhenItIsTold_ThenAllOfItWasVisitedAndTheOtherIsLeftInTime)
 {
     const dds_entity_t busy = peer.writer(frames_topic, {"A"});
