@@ -62,7 +62,13 @@ const Sender* Senders::find(dds_instance_handle_t writer)
         refresh(SteadyClock::now()); // the engine tells of a writer before it gives anything of it
         found = senders_.find(writer);
     }
-    return found != senders_.end() ? &found->second : nullptr;
+    if (found == senders_.end()) {
+        return nullptr;
+    }
+    if (found->second.gone_since) {
+        bereft_.insert(found->second.participant); // a late packet may begin anew what has ended, and must not last
+    }
+    return &found->second;
 }
 
 void Senders::refresh(SteadyClock::time_point now)

@@ -39,7 +39,7 @@ public:
     /// Learns of writers that came and went. Without it what the engine tells would pile up.
     void refresh(std::chrono::steady_clock::time_point now);
 
-    /// The participants whose last writer went since the last call.
+    /// The participants without a writer of which one went, or was found once more, since the last call.
     std::set<ParticipantKey> take_gone();
 
     /// Has something to read when writers have come or gone.
