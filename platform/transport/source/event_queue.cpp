@@ -53,7 +53,7 @@ int EventQueue::dispatch_until(Mailbox::Deadline deadline)
 
 void EventQueue::close()
 {
-    mailbox_.close();
+    const DeliveryQueue left = mailbox_.close();
     dispatchers_.close();
 }
 

@@ -99,15 +99,16 @@ void Mailbox::unblock()
     wake(std::move(lock));
 }
 
-void Mailbox::close() noexcept
+DeliveryQueue Mailbox::close()
 {
-    DeliveryQueue dropped{0};
+    DeliveryQueue left{0};
     {
         const std::lock_guard lock{mutex_};
         closed_ = true;
-        std::swap(dropped, queue_); // its messages are released without the lock
+        std::swap(left, queue_);
     }
     filled_.notify_all();
+    return left;
 }
 
 bool Mailbox::closed() const

@@ -45,8 +45,9 @@ public:
     /// Makes one take return, now or the next.
     void unblock();
 
-    /// Drops what waits; every take returns from now on.
-    void close() noexcept;
+    /// Every take returns from now on. What waited is the caller's, to be kept until whoever delivers has come to an
+    /// end: it may be at a receiver whose sources only what waited still held.
+    [[nodiscard]] DeliveryQueue close();
     bool closed() const;
 
     /// Whether it is open and empty.

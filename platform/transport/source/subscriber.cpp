@@ -114,7 +114,7 @@ void Subscriber::close()
         intake.swap(intake_);
         thread = std::move(thread_);
     }
-    delivering_->mailbox.close();
+    const DeliveryQueue left = delivering_->mailbox.close();
     // Without the lock: a callback that is waited for may itself be creating or deleting a receiver.
     for (const auto& receiver : receivers) {
         receiver->close();

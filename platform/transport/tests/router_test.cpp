@@ -62,7 +62,7 @@ protected:
     }
 
     const std::shared_ptr<Counters> counters = std::make_shared<Counters>();
-    const SourcePtr source = std::make_shared<RemoteSource>(SourceId{{}, 0}, "T");
+    SourcePtr source = std::make_shared<RemoteSource>(SourceId{{}, 0}, "T");
     Listener first;
     Listener second;
     Router::TimePoint now{};
@@ -102,6 +102,25 @@ TEST_F(RouterTest, GivenAReceiverOnItsWay_WhenDataArrivesBeforeItIsRouted_ThenIt
     data(0);
     route();
     EXPECT_THAT(first.lines, ElementsAre("bos 0", "data 0"));
+}
+
+// The context's thread is at a detach when another one closes the mailbox.
+TEST_F(RouterTest, GivenAnEndThatWaits_WhenTheMailboxCloses_ThenTheSourceStaysForWhoeverIsAtItsReceiver)
+{
+    attach(first);
+    begin(0);
+    route();
+    end(0);
+    const std::weak_ptr<RemoteSource> ended = source;
+    source.reset();
+    {
+        const DeliveryQueue left = mailbox.close();
+        ASSERT_FALSE(ended.expired());
+        Delivery detach{Delivery::What::detach, first.receiver, nullptr, nullptr, 0, 0, nullptr};
+        router.handle(detach, now);
+    }
+    EXPECT_TRUE(ended.expired());
+    EXPECT_THAT(first.lines, ElementsAre("bos 0"));
 }
 
 TEST_F(RouterTest, GivenASourceNobodyWants_WhenItSends_ThenNothingIsQueued)
