@@ -197,6 +197,18 @@ void Faults::await_ends(const FaultProcess& listener, const FaultProcess& sender
     }
 }
 
+void Faults::await_last_words(const FaultProcess& listener, const FaultProcess& sender)
+{
+    for (std::uint32_t i = 0; i < sender.board().sources; ++i) {
+        await(listener.name() + " hears of the last message of source " + std::to_string(i) + " of " + sender.name(),
+              [&] {
+                  const Heard* const now = listener.heard(sender, i);
+                  return now != nullptr && now->next == sender.board().sent.at(i).accepted;
+              });
+    }
+    await_ends(listener, sender);
+}
+
 const FaultProcess* Faults::sender_of(const Heard& heard) const
 {
     const pid_t pid = SourceName{heard}.pid;

@@ -75,6 +75,8 @@ protected:
     /// For each source of the sender: at least so many more were delivered than when it was called.
     static void await_progress(const FaultProcess& listener, const FaultProcess& sender, std::uint64_t more = 1);
     static void await_ends(const FaultProcess& listener, const FaultProcess& sender);
+    /// The same of a sender that has closed, up to the last number: one that was out of hearing has ended before.
+    static void await_last_words(const FaultProcess& listener, const FaultProcess& sender);
 
     /// Holds the account of what they heard, all of which has ended, and adds it to the table. A wrong one fails the
     /// test and says whose.
