@@ -171,9 +171,9 @@ void Process::close_output()
     close_once(m_fds[0]);
 }
 
-Outcome Process::wait()
+Outcome Process::wait(std::chrono::seconds at_most)
 {
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Clock::now() + at_most;
     while (collect(deadline)) {
     }
     if (m_fds[0] != -1 || m_fds[1] != -1) {

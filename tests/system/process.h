@@ -56,7 +56,7 @@ public:
     /// Nobody reads its standard output any more.
     void close_output();
     /// Collects the rest of the output and how it ended; kills it when it does not end by itself.
-    Outcome wait();
+    Outcome wait(std::chrono::seconds at_most = patience);
 
     const std::string& output() const { return m_text[0]; }
     const std::string& error() const { return m_text[1]; }
