@@ -1,0 +1,84 @@
+/// What is known of writers, and when their participants are taken for gone.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+#include "platform/transport/source/partition.h"
+#include "platform/transport/source/senders.h"
+#include "platform/transport/source/wire_qos.h"
+#include "support/context_fixture.h"
+#include "support/handmade_writer.h"
+
+using namespace qx::transport;
+using namespace testing;
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+class SendersTest : public Test {
+protected:
+    static dds_instance_handle_t handle_of(dds_entity_t writer)
+    {
+        dds_instance_handle_t handle = 0;
+        EXPECT_EQ(dds_get_instance_handle(writer, &handle), DDS_RETCODE_OK);
+        return handle;
+    }
+    const Sender* find(dds_entity_t writer) { return senders.find(handle_of(writer)); }
+
+    const test::ContextHandle domain = test::make_context(); // sets the domain up
+    test::HandmadePeer peer;
+    Senders senders{peer.participant()};
+};
+
+TEST_F(SendersTest, GivenWriters_WhenAskedFor_ThenTheirParticipantsAndTokensAreKnown)
+{
+    const std::string partition = partition_of_topic("A.B");
+    const Sender* const sender = find(peer.writer(frames_topic, {partition}));
+    ASSERT_NE(sender, nullptr);
+    EXPECT_EQ(sender->token, "A");
+    EXPECT_TRUE(peer.context().is_of(sender->participant));
+    EXPECT_EQ(find(peer.writer(frames_topic, {partition, "another"}))->token, std::nullopt);
+    EXPECT_EQ(find(peer.writer("another_topic", {partition})), nullptr);
+}
+
+TEST_F(SendersTest, GivenTwoWriters_WhenTheyGo_ThenTheirParticipantIsGoneWithTheSecond)
+{
+    const dds_entity_t first = peer.writer(frames_topic, {"A"});
+    const dds_entity_t second = peer.writer(catalogue_topic, {});
+    dds_delete(first);
+    senders.refresh(SteadyClock::now());
+    EXPECT_THAT(senders.take_gone(), IsEmpty());
+    dds_delete(second);
+    senders.refresh(SteadyClock::now());
+    EXPECT_THAT(senders.take_gone(), SizeIs(1));
+    EXPECT_THAT(senders.take_gone(), IsEmpty());
+}
+
+// The engine tells that a writer is gone before its readers give all that it sent, which may begin its sources anew.
+TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsParticipantIsGoneOnceMore)
+{
+    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
+    const dds_instance_handle_t handle = handle_of(writer);
+    dds_delete(writer);
+    senders.refresh(SteadyClock::now());
+    EXPECT_THAT(senders.take_gone(), SizeIs(1));
+    EXPECT_NE(senders.find(handle), nullptr);
+    EXPECT_THAT(senders.take_gone(), SizeIs(1));
+    EXPECT_THAT(senders.take_gone(), IsEmpty());
+}
+
+TEST_F(SendersTest, GivenAWriterThatIsGone_WhenItWasLongAgo_ThenItIsForgotten)
+{
+    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
+    const dds_instance_handle_t handle = handle_of(writer);
+    dds_delete(writer);
+    const auto now = SteadyClock::now();
+    senders.refresh(now);
+    senders.refresh(now + 2 * gone_sender_kept);
+    EXPECT_EQ(senders.find(handle), nullptr);
+}
+
+} // namespace
