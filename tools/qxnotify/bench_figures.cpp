@@ -5,7 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "qxnotify/percentile.h"
 #include "qxnotify/seconds.h"
 
 namespace qx::tool {
@@ -14,14 +13,16 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json latencies_json(const BenchLatencies& latencies)
+Json latencies_json(const Latencies& latencies)
 {
-    return {{"p50", latencies.p50}, {"p99", latencies.p99}, {"p99.9", latencies.p99_9}, {"max", latencies.max}};
+    return {{"min", latencies.min}, {"p50", latencies.p50},     {"p90", latencies.p90},
+            {"p99", latencies.p99}, {"p99.9", latencies.p99_9}, {"max", latencies.max}};
 }
 
-BenchLatencies latencies_from(const Json& object)
+Latencies latencies_from(const Json& object)
 {
-    return {object.at("p50"), object.at("p99"), object.at("p99.9"), object.at("max")};
+    return {object.at("min"), object.at("p50"),   object.at("p90"),
+            object.at("p99"), object.at("p99.9"), object.at("max")};
 }
 
 double per_second(const BenchFigures& figures)
@@ -51,16 +52,6 @@ std::string row(const std::string& name, const std::vector<std::string>& cells)
 }
 
 } // namespace
-
-std::optional<BenchLatencies> summarise_bench(std::vector<double> microseconds)
-{
-    if (microseconds.empty()) {
-        return {};
-    }
-    std::sort(microseconds.begin(), microseconds.end());
-    return BenchLatencies{percentile(microseconds, 500), percentile(microseconds, 990), percentile(microseconds, 999),
-                          microseconds.back()};
-}
 
 std::string figures_line(const BenchFigures& figures)
 {

@@ -5,28 +5,17 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "qxnotify/latencies.h"
 
 namespace qx::tool {
 
-/// Microseconds from the send to the observer.
-struct BenchLatencies {
-    double p50 = 0;
-    double p99 = 0;
-    double p99_9 = 0;
-    double max = 0;
-    bool operator==(const BenchLatencies&) const = default;
-};
-
-/// None of nothing.
-std::optional<BenchLatencies> summarise_bench(std::vector<double> microseconds);
-
 /// What the listening process has seen of a run.
 struct BenchFigures {
-    std::uint64_t received = 0; ///< in order, without the one that is looked at before anything is timed
-    std::string fault;          ///< of the first message that was not as sent; empty: there was none
-    double seconds = 0;         ///< from the first send to the last message at the observer
-    std::optional<BenchLatencies> latencies;
+    std::uint64_t received = 0;         ///< in order, without the one that is looked at before anything is timed
+    std::string fault;                  ///< of the first message that was not as sent; empty: there was none
+    double seconds = 0;                 ///< from the first send to the last message at the observer
+    std::optional<Latencies> latencies; ///< in microseconds, from the send to the observer
     bool operator==(const BenchFigures&) const = default;
 };
 

@@ -29,7 +29,7 @@ void BenchObserver::begin(std::uint64_t messages)
 BenchFigures BenchObserver::finish()
 {
     const std::lock_guard guard(m_lock);
-    BenchFigures figures{m_microseconds.size(), m_fault, 0, summarise_bench(m_microseconds)};
+    BenchFigures figures{m_microseconds.size(), m_fault, 0, summarise(m_microseconds)};
     if (!m_microseconds.empty()) {
         figures.seconds = static_cast<double>(m_lastCame - m_firstSent) / 1e9;
     }

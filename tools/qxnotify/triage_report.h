@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include "qxnotify/latencies.h"
 #include "qxnotify/triage_exit.h"
 #include "qxnotify/triage_inventory.h"
 #include "qxnotify/triage_options.h"
-#include "qxnotify/triage_statistics.h"
 #include "qxnotify/triage_tally.h"
 
 namespace qx::tool {

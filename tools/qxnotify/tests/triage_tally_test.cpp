@@ -3,37 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "qxnotify/triage_statistics.h"
-
 namespace qx::tool {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-TEST(Latencies, GivenNothing_WhenSummarised_ThenNone)
-{
-    EXPECT_FALSE(summarise({}).has_value());
-}
-
-TEST(Latencies, GivenOneValue_WhenSummarised_ThenItIsEverything)
-{
-    EXPECT_EQ(summarise({3}), (Latencies{3, 3, 3, 3, 3}));
-}
-
-TEST(Latencies, GivenHundredValuesInAnyOrder_WhenSummarised_ThenTheRanksAreTaken)
-{
-    std::vector<double> values;
-    for (int i = 100; i > 0; --i) {
-        values.push_back(i);
-    }
-    EXPECT_EQ(summarise(values), (Latencies{1, 50, 90, 99, 100}));
-}
-
-TEST(Latencies, GivenTenValues_WhenSummarised_ThenTheHighestPercentileIsTheLargest)
-{
-    EXPECT_EQ(summarise({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), (Latencies{1, 5, 9, 10, 10}));
-}
 
 TEST(TriageTally, GivenTwoAnswersOfOneResponderToOneRequest_WhenAdded_ThenTheFirstCounts)
 {
