@@ -116,10 +116,19 @@ void Backend::startQueue()
 void Backend::write(const LogRecord& record, const std::string& handlerName)
 {
     const Route& route = routeFor(handlerName);
-    const std::string line = formatLine(record, m_config.format, m_config.timeZone);
+    const std::string line = lineOf(record);
     if (!enqueue(route, line)) {
         route.direct->log(spdlog::details::log_msg({}, anyLevel, line));
     }
+}
+
+std::string Backend::lineOf(const LogRecord& record)
+{
+    if (m_config.timeZone == TimeZone::utc) {
+        return formatLine(record, m_config.format, m_config.timeZone);
+    }
+    const std::scoped_lock guard(m_zoneLock);
+    return formatLine(record, m_config.format, m_config.timeZone);
 }
 
 bool Backend::enqueue(const Route& route, std::string_view line)
@@ -143,6 +152,7 @@ void Backend::drain()
 
 void Backend::beforeFork()
 {
+    m_zoneLock.lock();
     m_unknownLock.lock();
     m_queueLock.lock();
     for (const auto& [name, route] : m_routes) {
@@ -157,6 +167,7 @@ void Backend::afterForkInParent()
     }
     m_queueLock.unlock();
     m_unknownLock.unlock();
+    m_zoneLock.unlock();
 }
 
 void Backend::afterForkInChild()

@@ -61,11 +61,14 @@ private:
     void startQueue();
     const Route& routeFor(const std::string& handlerName);
     void reportUnknown(const std::string& handlerName);
+    std::string lineOf(const LogRecord& record);
     bool enqueue(const Route& route, std::string_view line);
 
     const OutputConfig m_config;
     Routes m_routes; ///< fixed once constructed
     const Route* m_defaultRoute = nullptr;
+
+    std::mutex m_zoneLock; ///< stands before the C library's own for its time zone, which a fork would copy held
 
     std::mutex m_queueLock; ///< held while a line is put in, so that the queue never ends under a waiting thread
     std::shared_ptr<spdlog::details::thread_pool> m_queue; ///< one thread; empty when lines are written at once

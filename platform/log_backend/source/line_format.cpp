@@ -1,5 +1,7 @@
 #include "line_format.h"
 
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <iterator>
@@ -22,15 +24,33 @@ std::string offsetOf(const std::tm& local)
     return fmt::format("{}{:02}:{:02}", local.tm_gmtoff < 0 ? '-' : '+', minutes / 60, minutes % 60);
 }
 
+/// Not by `gmtime_r`, which takes a lock of the C library's that a forked child may find held for ever.
+std::tm inUtc(std::int64_t seconds)
+{
+    const std::chrono::sys_seconds time{std::chrono::seconds{seconds}};
+    const auto day = std::chrono::floor<std::chrono::days>(time);
+    const std::chrono::year_month_day date{day};
+    const std::chrono::hh_mm_ss clock{time - day};
+    std::tm broken{};
+    broken.tm_year = static_cast<int>(date.year()) - 1900;
+    broken.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    broken.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+    broken.tm_hour = static_cast<int>(clock.hours().count());
+    broken.tm_min = static_cast<int>(clock.minutes().count());
+    broken.tm_sec = static_cast<int>(clock.seconds().count());
+    return broken;
+}
+
+std::tm inLocalTime(std::time_t seconds)
+{
+    std::tm broken{};
+    localtime_r(&seconds, &broken);
+    return broken;
+}
+
 std::string formatTime(const LogRecord::Time& time, TimeZone zone)
 {
-    const std::time_t seconds = time.seconds;
-    std::tm broken{};
-    if (zone == TimeZone::utc) {
-        gmtime_r(&seconds, &broken);
-    } else {
-        localtime_r(&seconds, &broken);
-    }
+    const std::tm broken = zone == TimeZone::utc ? inUtc(time.seconds) : inLocalTime(time.seconds);
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:06}{}", broken.tm_year + 1900, broken.tm_mon + 1,
                        broken.tm_mday, broken.tm_hour, broken.tm_min, broken.tm_sec,
                        time.nanoseconds / nanosecondsPerMicrosecond, zone == TimeZone::utc ? "Z" : offsetOf(broken));

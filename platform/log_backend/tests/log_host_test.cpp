@@ -48,6 +48,13 @@ TEST_P(LogHost, GivenForksWhileAnotherThreadLogs_WhenTheChildrenLog_ThenNoneHang
     EXPECT_THAT(result.err, Contains(EndsWith(" in a child")).Times(50));
 }
 
+TEST(LogThreads, GivenForksWhileAnotherThreadWritesLocalTime_WhenTheChildrenLog_ThenNoneHangsOnALockThatWasHeld)
+{
+    const auto result = runLogChild("fork-while-logging", {"QX_LOG_TIME=local"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, Contains(EndsWith(" in a child")).Times(50));
+}
+
 TEST_P(LogHost, GivenAClosedPipeForTheFile_WhenLogging_ThenItIsReportedOnce)
 {
     auto environment = GetParam();
