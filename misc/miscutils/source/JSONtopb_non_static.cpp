@@ -76,13 +76,28 @@ std::uint64_t little_endian(const std::uint8_t* bytes)
     return value;
 }
 
+/// protobuf looks for a std::string: among a few values, comparing with each costs less than that copy.
+const EnumValueDescriptor* find_enum_name(const EnumDescriptor& type, std::string_view name)
+{
+    constexpr int few = 16;
+    if (type.value_count() > few) {
+        return type.FindValueByName(std::string(name));
+    }
+    for (int i = 0; i < type.value_count(); ++i) {
+        if (type.value(i)->name() == name) {
+            return type.value(i);
+        }
+    }
+    return nullptr;
+}
+
 const EnumValueDescriptor* find_enum_value(const EnumDescriptor* type, const JSONNode& json)
 {
     switch (json.type()) {
     case JSON_NUMBER:
         return type->FindValueByNumber(static_cast<std::int32_t>(json.as_int()));
     case JSON_STRING:
-        return type->FindValueByName(std::string(detail::text_of(json)));
+        return find_enum_name(*type, detail::text_of(json));
     default:
         return nullptr;
     }
@@ -276,8 +291,9 @@ void JSONProto::ParseElements(Message* msg, const Reflection* ref, const JSONNod
     if (!is_container(n)) {
         return;
     }
+    const FieldDescriptor* const field = index.FindFieldByName(name);
     for (const JSONNode& element : n) {
-        if (const FieldDescriptor* field = index.FindFieldByName(name)) {
+        if (field != nullptr) {
             ParseElement(msg, ref, field, name, element, strict);
         } else {
             Fail(name, strict);

@@ -1,6 +1,7 @@
 #include <string>
 
 #include <gmock/gmock.h>
+#include <google/protobuf/descriptor.pb.h>
 #include <gtest/gtest.h>
 
 #include "misc/miscutils/tests/convert.h"
@@ -19,6 +20,16 @@ TEST(Enum, GivenNameOrNumber_WhenConverted_ThenTheSameValueIsSet)
 TEST(Enum, GivenANumberBeyondThirtyTwoBits_WhenConverted_ThenItsLowBitsAreLookedUp)
 {
     EXPECT_EQ(convert(R"({"side":4294967298})", strict).side(), Sell);
+}
+
+// Names of large enumerations are looked up in another way than those of small ones.
+TEST(Enum, GivenAnEnumerationOfManyValues_WhenConverted_ThenItsNamesAreFoundTheSame)
+{
+    using google::protobuf::FieldDescriptorProto;
+    ASSERT_GT(FieldDescriptorProto::Type_descriptor()->value_count(), 16);
+    EXPECT_EQ(convert<FieldDescriptorProto>(R"({"type":"TYPE_SINT64"})", strict).type(),
+              FieldDescriptorProto::TYPE_SINT64);
+    EXPECT_EQ(strict_failure<FieldDescriptorProto>(R"({"type":"TYPE_SINT"})"), "type has invalid value");
 }
 
 class UnusableEnum : public testing::TestWithParam<const char*> {};

@@ -22,11 +22,11 @@ Document::Document(std::string_view text)
     m_text.back() = '\0';
 }
 
-const JSONNode* Document::store(std::span<JSONNode> nodes)
+JSONNode* Document::make_nodes(std::size_t count)
 {
-    auto* place = static_cast<JSONNode*>(m_arena.allocate(nodes.size_bytes(), alignof(JSONNode)));
-    std::uninitialized_move(nodes.begin(), nodes.end(), place);
-    return place;
+    auto* const nodes = static_cast<JSONNode*>(m_arena.allocate(count * sizeof(JSONNode), alignof(JSONNode)));
+    std::uninitialized_default_construct_n(nodes, count);
+    return nodes;
 }
 
 void Document::release() noexcept

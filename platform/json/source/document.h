@@ -18,8 +18,8 @@ public:
 
     /// The document's own copy of the text, ended by a NUL byte; strings are unescaped in place.
     std::span<char> text() noexcept { return m_text; }
-    /// Moves the nodes into the arena, where they stay.
-    const JSONNode* store(std::span<JSONNode> nodes);
+    /// So many nodes in the arena, side by side, where they stay.
+    JSONNode* make_nodes(std::size_t count);
 
     void retain() noexcept { m_owners.fetch_add(1, std::memory_order_relaxed); }
     void release() noexcept;

@@ -27,8 +27,8 @@ namespace libjson {
 
 namespace detail {
 
-/// Receives the reader's events. Values wait in `m_pending` until the end of their container is seen and then move,
-/// side by side, into the document.
+/// Receives the reader's events. Values wait in `m_pending`, as plain data, until the end of their container is seen,
+/// and then become nodes, side by side, in the document.
 class DocumentBuilder : public qx_rapidjson::BaseReaderHandler<qx_rapidjson::UTF8<>, DocumentBuilder> {
 public:
     explicit DocumentBuilder(Document& document)
@@ -52,18 +52,25 @@ public:
     bool EndObject(unsigned members) { return close(members); }
     bool EndArray(unsigned elements) { return close(elements); }
 
-    const JSONNode& root() const { return m_pending.front(); }
+    JSONNode root() const
+    {
+        JSONNode node;
+        fill(node, m_pending.front());
+        return JSONNode(static_cast<const JSONNode&>(node)); // a copy owns
+    }
 
 private:
+    struct Value {
+        std::string_view name;
+        std::string_view text;
+        const JSONNode* children;
+        std::uint32_t child_count;
+        char type;
+    };
+
     bool add(char type, std::string_view text)
     {
-        JSONNode& node = m_pending.emplace_back();
-        node.m_document = &m_document;
-        node.m_type = type;
-        node.m_name = m_name.data();
-        node.m_nameSize = static_cast<std::uint32_t>(m_name.size());
-        node.m_text = text.data();
-        node.m_textSize = static_cast<std::uint32_t>(text.size());
+        m_pending.push_back({m_name, text, nullptr, 0, type});
         m_name = {};
         return true;
     }
@@ -73,16 +80,37 @@ private:
     bool close(unsigned count)
     {
         --m_depth;
-        const std::span children(m_pending.end() - count, m_pending.end());
-        JSONNode& container = *(m_pending.end() - count - 1);
-        container.m_children = m_document.store(children);
-        container.m_childCount = count;
-        m_pending.erase(m_pending.end() - count, m_pending.end());
+        const auto children = m_pending.end() - count;
+        Value& container = *(children - 1);
+        container.children = store({children, m_pending.end()});
+        container.child_count = count;
+        m_pending.erase(children, m_pending.end());
         return true;
     }
 
+    const JSONNode* store(std::span<const Value> values)
+    {
+        JSONNode* const nodes = m_document.make_nodes(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            fill(nodes[i], values[i]);
+        }
+        return nodes;
+    }
+
+    void fill(JSONNode& node, const Value& value) const
+    {
+        node.m_document = &m_document;
+        node.m_type = value.type;
+        node.m_name = value.name.data();
+        node.m_nameSize = static_cast<std::uint32_t>(value.name.size());
+        node.m_text = value.text.data();
+        node.m_textSize = static_cast<std::uint32_t>(value.text.size());
+        node.m_children = value.children;
+        node.m_childCount = value.child_count;
+    }
+
     Document& m_document;
-    std::vector<JSONNode> m_pending;
+    std::vector<Value> m_pending;
     std::string_view m_name;
     std::size_t m_depth = 0;
 };
@@ -157,7 +185,7 @@ JSONNode parse(std::string_view json)
     detail::replace_lone_surrogates(document->text());
     detail::DocumentBuilder builder(*document);
     read(*document, builder, json.size());
-    JSONNode root(builder.root());
+    JSONNode root = builder.root();
     static_cast<void>(document.release()); // from here on the owning nodes keep it
     return root;
 }
