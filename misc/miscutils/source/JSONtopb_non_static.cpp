@@ -287,11 +287,10 @@ void JSONProto::ParseJSONRepeating(Message* msg, const Reflection* ref, const JS
 void JSONProto::ParseElements(Message* msg, const Reflection* ref, const JSONNode& n, std::string_view name,
                               bool strict) const
 {
-    const FieldDescriptorIndex index(msg);
     if (!is_container(n)) {
         return;
     }
-    const FieldDescriptor* const field = index.FindFieldByName(name);
+    const FieldDescriptor* const field = FieldDescriptorIndex::FindAlone(*msg, name);
     for (const JSONNode& element : n) {
         if (field != nullptr) {
             ParseElement(msg, ref, field, name, element, strict);

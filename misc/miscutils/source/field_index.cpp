@@ -96,4 +96,16 @@ const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(std::str
     return slot.place == 0 ? nullptr : FieldIn(slot);
 }
 
+const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindAlone(const google::protobuf::Message& msg,
+                                                                  std::string_view name)
+{
+    const google::protobuf::Descriptor& type = *msg.GetDescriptor();
+    for (int i = type.field_count() - 1; i >= 0; --i) {
+        if (key_of(*type.field(i)) == name) {
+            return type.field(i);
+        }
+    }
+    return nullptr;
+}
+
 } // namespace qx

@@ -12,11 +12,12 @@ namespace {
 
 using testing::ThrowsMessage;
 
-/// The name of the field that the key finds in `Keys`; "" when there is none.
+/// The name of the field that the key finds in `Keys`, in an index and alone; "" when there is none.
 std::string found(const std::string& key)
 {
     Keys message;
     const auto* field = JSONProto::FieldDescriptorIndex(&message).FindFieldByName(key);
+    EXPECT_EQ(JSONProto::FieldDescriptorIndex::FindAlone(message, key), field) << key;
     return field == nullptr ? "" : field->name();
 }
 
@@ -82,6 +83,7 @@ TEST(FieldDescriptorIndex, GivenAMessageWithoutFields_WhenLookedUp_ThenEveryKeyI
     const JSONProto::FieldDescriptorIndex index(&message);
     EXPECT_EQ(index.FindFieldByName(""), nullptr);
     EXPECT_EQ(index.FindFieldByName("id"), nullptr);
+    EXPECT_EQ(JSONProto::FieldDescriptorIndex::FindAlone(message, "id"), nullptr);
 }
 
 TEST(VerifyType, GivenTheExpectedType_WhenChecked_ThenItIsTrueInBothModes)
