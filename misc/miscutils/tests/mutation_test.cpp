@@ -75,12 +75,15 @@ std::optional<JSONNode> parsed(const std::string& text)
     }
 }
 
-TEST(MutatedDocuments, GivenManyOfThem_WhenConverted_ThenEachAsThePlainestFormDoes)
+/// The parameter is the seed. Several cases, so that an instrumented one stays short.
+class MutatedDocuments : public testing::TestWithParam<unsigned> {};
+
+TEST_P(MutatedDocuments, GivenManyOfThem_WhenConverted_ThenEachAsThePlainestFormDoes)
 {
     auto* const reports = google::protobuf::SetLogHandler(nullptr); // of every shape that does not fit
-    std::mt19937 random{20'261'121};
+    std::mt19937 random{GetParam()};
     std::size_t converted = 0;
-    for (int i = 0; i < 20'000; ++i) {
+    for (int i = 0; i < 2'500; ++i) {
         const std::string text = mutated(random);
         const auto document = parsed(text);
         if (!document) {
@@ -91,8 +94,10 @@ TEST(MutatedDocuments, GivenManyOfThem_WhenConverted_ThenEachAsThePlainestFormDo
         ASSERT_TRUE(is_converted_alike<AllTypes>(*document, lenient)) << text;
     }
     google::protobuf::SetLogHandler(reports);
-    EXPECT_GT(converted, 10'000U) << "most are to be documents";
+    EXPECT_GT(converted, 1'000U) << "many are to be documents";
 }
+
+INSTANTIATE_TEST_SUITE_P(Seeds, MutatedDocuments, testing::Range(0U, 8U));
 
 } // namespace
 } // namespace qx::test

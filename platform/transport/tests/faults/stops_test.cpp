@@ -61,7 +61,7 @@ TEST_F(Stops, PublisherStoppedLong30Times)
 {
     constexpr std::size_t rounds = 6;
     FaultProcess& listener = start_listener(hasty);
-    const auto publishers = start_publishers(publishers_stopped, hasty, "flow 10 5");
+    const auto publishers = start_publishers(publishers_stopped, hasty, "flow 1 5");
     for (std::size_t round = 0; round < rounds; ++round) {
         stop_all(publishers, listener, [&] {
             for (const FaultProcess* const publisher : publishers) {
@@ -78,7 +78,7 @@ TEST_F(Stops, ReceiverStoppedShortly50Times)
 {
     FaultProcess& listener = start_listener(patient);
     FaultProcess& publisher = start_publisher(patient);
-    publisher.tell("flow 20 1");
+    publisher.tell("flow 1 1");
     await_progress(listener, publisher);
     for (int round = 0; round < 50; ++round) {
         listener.child().stop();
@@ -95,7 +95,7 @@ TEST_F(Stops, ReceiverStoppedLong6Times)
 {
     FaultProcess& listener = start_listener(hasty);
     FaultProcess& publisher = start_publisher(hasty);
-    publisher.tell("flow 100 1");
+    publisher.tell("flow 5 5");
     for (int round = 0; round < 6; ++round) {
         listener.child().stop();
         await("the publisher misses its receiver", [&] { return publisher.board().connected == 0; });
