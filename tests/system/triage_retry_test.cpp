@@ -34,20 +34,21 @@ std::string source_of(const Process& process)
     return ":" + std::to_string(process.pid()) + ":";
 }
 
-/// Whether, from there on, a log has a request of that source whose answer was taken at once: no line about the sending
+/// How many requests of that source a log has, from there on, whose answer was taken at once: no line about the sending
 /// stands between its announcement and the request's end.
-bool answered_at_once(const std::string& log, const std::string& source, std::size_t from)
+std::size_t answered_at_once(const std::string& log, const std::string& source, std::size_t from)
 {
     const std::string finished = "Finished with LBM request";
+    std::size_t count = 0;
     for (auto end = log.find(finished, from); end != std::string::npos; end = log.find(finished, end + 1)) {
         const auto begin = log.rfind("responding to TriageTestRequest", end);
         const bool its = log.substr(end, log.find('\n', end) - end).find(source) != std::string::npos;
         if (its && begin != std::string::npos &&
             log.substr(begin, end - begin).find(" requestId=") == std::string::npos) {
-            return true;
+            ++count;
         }
     }
-    return false;
+    return count;
 }
 
 class TriageRetry : public QxNotify {
@@ -153,7 +154,8 @@ TEST_F(TriageRetry, GivenRequesterThatWasGivenUp_WhenItGoesOn_ThenItIsAnsweredAg
     ASSERT_TRUE(stop_with_answers_due(*requester, *one, "Failed responding: requestId=")) << one->error();
     const std::size_t before = one->error().size();
     requester->send_signal(SIGCONT);
-    EXPECT_TRUE(one->until([&] { return answered_at_once(one->error(), source_of(*requester), before); }));
+    // The first of them may answer requests that it no longer waits for, and the last may be on its way.
+    EXPECT_TRUE(one->until([&] { return answered_at_once(one->error(), source_of(*requester), before) >= 20; }));
     requester->send_signal(SIGINT);
     EXPECT_NE(requester->wait(), exited(3));
     const json report = json::parse(requester->output(), nullptr, false);
