@@ -81,7 +81,7 @@ class MutatedDocuments : public testing::TestWithParam<unsigned> {};
 TEST_P(MutatedDocuments, GivenManyOfThem_WhenConverted_ThenEachAsThePlainestFormDoes)
 {
     auto* const reports = google::protobuf::SetLogHandler(nullptr); // of every shape that does not fit
-    std::mt19937 random{GetParam()};
+    std::mt19937 random{20'261'121 + GetParam()};
     std::size_t converted = 0;
     for (int i = 0; i < 2'500; ++i) {
         const std::string text = mutated(random);
@@ -94,7 +94,7 @@ TEST_P(MutatedDocuments, GivenManyOfThem_WhenConverted_ThenEachAsThePlainestForm
         ASSERT_TRUE(is_converted_alike<AllTypes>(*document, lenient)) << text;
     }
     google::protobuf::SetLogHandler(reports);
-    EXPECT_GT(converted, 1'000U) << "many are to be documents";
+    EXPECT_GT(converted, 1'250U) << "most are to be documents";
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, MutatedDocuments, testing::Range(0U, 8U));

@@ -180,7 +180,7 @@ TEST_F(ManySources, GivenAHundredThousand_WhenMadeAndDeletedInTurn_ThenNeitherSi
     const std::size_t before = heap_after(40'000);
     const std::size_t after = heap_after(40'000);
     // Less than the smallest trace of each: 32 bytes on the heap.
-    EXPECT_LE(after, before + 40'000 * 25) << "before: " << before;
+    EXPECT_LE(after, before + 40'000 * 22) << "before: " << before;
     EXPECT_EQ(census.count(LBM_MSG_BOS), made + 1);
     EXPECT_EQ(census.count(LBM_MSG_EOS), made);
     EXPECT_EQ(census.count(LBM_MSG_DATA), made);

@@ -27,6 +27,15 @@ protected:
         return handle;
     }
     const Sender* find(dds_entity_t writer) { return senders.find(handle_of(writer)); }
+    /// One that was there, and of whose end is known.
+    dds_instance_handle_t writer_that_went(SteadyClock::time_point now)
+    {
+        const dds_entity_t writer = peer.writer(frames_topic, {"A"});
+        const dds_instance_handle_t handle = handle_of(writer);
+        dds_delete(writer);
+        senders.refresh(now);
+        return handle;
+    }
 
     const test::ContextHandle domain = test::make_context(); // sets the domain up
     test::HandmadePeer peer;
@@ -60,10 +69,7 @@ TEST_F(SendersTest, GivenTwoWriters_WhenTheyGo_ThenTheirParticipantIsGoneWithThe
 // The engine tells that a writer is gone before its readers give all that it sent, which may begin its sources anew.
 TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsParticipantIsGoneOnceMore)
 {
-    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
-    const dds_instance_handle_t handle = handle_of(writer);
-    dds_delete(writer);
-    senders.refresh(SteadyClock::now());
+    const dds_instance_handle_t handle = writer_that_went(SteadyClock::now());
     EXPECT_THAT(senders.take_gone(), SizeIs(1));
     EXPECT_NE(senders.find(handle), nullptr);
     EXPECT_THAT(senders.take_gone(), SizeIs(1));
@@ -72,11 +78,8 @@ TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsPa
 
 TEST_F(SendersTest, GivenAWriterThatIsGone_WhenItWasLongAgo_ThenItIsForgotten)
 {
-    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
-    const dds_instance_handle_t handle = handle_of(writer);
-    dds_delete(writer);
     const auto now = SteadyClock::now();
-    senders.refresh(now);
+    const dds_instance_handle_t handle = writer_that_went(now);
     senders.refresh(now + 2 * gone_sender_kept);
     EXPECT_EQ(senders.find(handle), nullptr);
 }
