@@ -4,6 +4,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The reader is compiled into a namespace of our own: it is set up differently here than in a program that uses the
@@ -56,7 +57,7 @@ public:
     {
         JSONNode node;
         fill(node, m_pending.front());
-        return JSONNode(static_cast<const JSONNode&>(node)); // a copy owns
+        return JSONNode(std::as_const(node)); // a copy owns
     }
 
 private:

@@ -37,7 +37,7 @@ public:
     /// See lbm_event_dispatch. Throws TransportError (LBM_EOP) when the queue was shut down before.
     int dispatch(unsigned long timeout_ms);
 
-    void shutdown() { static_cast<void>(mailbox_.close()); } // no source is held by what waits alone
+    void shutdown() { static_cast<void>(mailbox_.close()); } // dispatchers need only what they took
 
     /// Shuts down and waits until no other thread dispatches.
     void close();

@@ -11,8 +11,8 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-/// Frames that a losing stream keeps. Half the window holds them, so that only messages larger than a frame can fill
-/// it.
+/// Frames that a losing stream keeps: of the largest as much as a window. The engine never waits for a receiver of such
+/// a writer, so only messages larger than a frame make it hold more.
 constexpr std::int32_t frames_kept = 256;
 
 DdsQos writer_qos(const std::string& partition, WhenFull when_full)

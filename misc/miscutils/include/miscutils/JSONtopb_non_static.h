@@ -59,7 +59,7 @@ public:
         std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
 
         const google::protobuf::Descriptor* m_type;
-        std::vector<Slot> m_index; ///< a hash table in one piece: it is made anew for every message and array
+        std::vector<Slot> m_index; ///< a hash table in one piece: it is made anew for every message
     };
 
     /// Fills `msg` from an object with at least one member; true when the document was converted. A document that is
