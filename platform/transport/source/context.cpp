@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include "context_warnings.h"
 #include "deadline.h"
 #include "security.h"
 
@@ -66,7 +67,9 @@ void Context::close()
     subscriber_.close();
     const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
     const Clock::time_point deadline = Clock::now() + patience;
-    publisher_.close(deadline);
+    if (!publisher_.close(deadline)) {
+        warn_of_unacknowledged(settings_.options);
+    }
     responder_->close(deadline);
 }
 

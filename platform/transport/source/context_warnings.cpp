@@ -33,6 +33,14 @@ std::string fault_warning(const Options& options)
                                 "): messages are lost or late; set these options to 0 but for tests and rehearsals";
 }
 
+void warn_of_unacknowledged(const Options& options)
+{
+    std::fprintf(stderr,
+                 "lbm: warning: a context was deleted though a receiver had not acknowledged within %lld ms what was "
+                 "sent last, and may miss it; see whether it stands still, or raise close_wait_ms\n",
+                 static_cast<long long>(options.get_integer("close_wait_ms")));
+}
+
 void ContextWarnings::give(const Options& options)
 {
     if (is_exposed(options) && !exposed_.exchange(true)) {

@@ -17,6 +17,9 @@ std::string exposure_warning(const std::string& interface);
 /// One line that names the faults that are made on purpose; "" when none are.
 std::string fault_warning(const Options& context_options);
 
+/// Warns on standard error that a context's end may have lost what it sent last.
+void warn_of_unacknowledged(const Options& context_options);
+
 /// Warns on standard error of the first context that is exposed and of the first that makes faults.
 /// Threads   any.
 class ContextWarnings {

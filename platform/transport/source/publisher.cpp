@@ -172,7 +172,7 @@ void Publisher::stop() noexcept
 }
 
 /// Streams whose receivers do not keep up are not to hold up the others.
-void Publisher::end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
+bool Publisher::end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
                         Clock::time_point deadline) noexcept
 {
     bool done = false;
@@ -183,9 +183,10 @@ void Publisher::end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& s
             done = stream->drain(std::min(deadline, Clock::now() + retry_interval)) && done;
         }
     } while (!done && Clock::now() < deadline);
+    return done;
 }
 
-void Publisher::close(Clock::time_point deadline) noexcept
+bool Publisher::close(Clock::time_point deadline) noexcept
 {
     std::map<std::uint32_t, std::shared_ptr<LocalSource>> sources;
     Streams streams;
@@ -197,13 +198,14 @@ void Publisher::close(Clock::time_point deadline) noexcept
         streams.swap(streams_);
         catalogue.swap(catalogue_);
     }
-    end_all(sources, streams, deadline);
+    const bool acknowledged = end_all(sources, streams, deadline);
     for (const auto& [key, stream] : streams) {
         stream->close();
     }
     if (catalogue) {
         catalogue->close();
     }
+    return acknowledged;
 }
 
 } // namespace qx::transport

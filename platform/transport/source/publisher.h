@@ -74,16 +74,16 @@ public:
     /// Sends that wait for room without limit give up, and no source is made any more.
     void stop() noexcept;
 
-    /// Ends every source, waits at most until the deadline for receivers to have it all, and closes the streams.
-    /// Doing it twice is harmless.
-    void close(std::chrono::steady_clock::time_point deadline) noexcept;
+    /// Ends every source, waits at most until the deadline for receivers to have it all, and closes the streams; false
+    /// when some had not acknowledged it by then. Doing it twice is harmless.
+    bool close(std::chrono::steady_clock::time_point deadline) noexcept;
 
 private:
     using StreamKey = std::pair<std::string, WhenFull>; ///< partition first
 
     using Streams = std::map<StreamKey, std::shared_ptr<StreamWriter>>;
 
-    static void end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
+    static bool end_all(std::map<std::uint32_t, std::shared_ptr<LocalSource>>& sources, const Streams& streams,
                         std::chrono::steady_clock::time_point deadline) noexcept;
     std::shared_ptr<StreamWriter> stream_for(std::string_view topic, WhenFull when_full);
 

@@ -1,4 +1,5 @@
-/// Sources that go on while a receiver does not keep up.
+/// Sources that go on, wait or end while a receiver does not keep up.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -9,6 +10,9 @@
 #include "support/watched_source.h"
 
 namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr int lease_ms = 60'000;   // nobody is to be given up
 constexpr std::size_t count = 500; // a multiple of what a window takes
@@ -33,6 +37,14 @@ protected:
             ++sent;
         }
         return sent;
+    }
+
+    /// What the process says while the context is deleted.
+    std::string deletion()
+    {
+        testing::internal::CaptureStderr();
+        ctx.reset();
+        return testing::internal::GetCapturedStderr();
     }
 
     const std::string payload = std::string(60'000, 'x');
@@ -77,6 +89,26 @@ TEST_F(StoppedListener, GivenASourceThatWaits_WhenTheWindowIsFull_ThenItIsRefuse
     source.reset();
     peer->tell("accounts FULL.B " + std::to_string(sent + 1));
     peer->tell("hears FULL.B " + std::to_string(sent + 1));
+}
+
+TEST_F(StoppedListener, GivenAMessageOnItsWay_WhenTheContextIsDeleted_ThenItWarnsThatTheMessageMayBeMissed)
+{
+    ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", "100"}});
+    test::WatchedSource source{ctx, "FULL.W"};
+    connect(source, "FULL.W");
+    test::send(source.source, payload);
+    EXPECT_THAT(deletion(), HasSubstr("had not acknowledged within 100 ms"));
+}
+
+TEST_F(StoppedListener, GivenAMessageOnItsWay_WhenTheListenerGoesOnInTime_ThenDeletingTheContextWarnsOfNothing)
+{
+    ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", "60000"}});
+    test::WatchedSource source{ctx, "FULL.I"};
+    connect(source, "FULL.I");
+    test::send(source.source, payload);
+    peer->signal(SIGCONT);
+    EXPECT_THAT(deletion(), IsEmpty());
+    peer->tell("hears FULL.I 2");
 }
 
 } // namespace
