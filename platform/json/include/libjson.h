@@ -4,6 +4,7 @@
 ///           array have the name "". Texts are byte strings: bytes above 0x7F pass unchanged whether or not they are
 ///           UTF-8, and `\u0000` becomes a NUL byte.
 /// Errors    `parse` reports a bad text itself; nothing is read lazily, so no later call fails because of the text.
+/// Stack     `parse` uses less than 256 KiB of it, at the deepest nesting; the reader calls itself for each level.
 /// Threads   A document never changes. Any number of threads may read and copy its nodes at the same time; one
 ///           `JSONNode` object being assigned to needs its own guard, like any other object.
 /// Lifetime  A node that was copied keeps its whole document alive. `at`, `find`, `[]`, iteration and views refer into

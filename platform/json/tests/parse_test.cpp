@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 namespace {
 
@@ -204,9 +205,41 @@ TEST(Parse, GivenLevelsOpenedAndClosed_WhenCounted_ThenOnlyOpenOnesCount)
     EXPECT_EQ(refusal(text + "]"), "");
 }
 
-TEST(Parse, GivenAMillionOpenBrackets_WhenParsed_ThenTheStackIsNotTouched)
+TEST(Parse, GivenOneObjectTooMany_WhenParsed_ThenItIsRefusedAtThatBrace)
+{
+    std::string text;
+    for (std::size_t i = 0; i <= libjson::depth_max; ++i) {
+        text += R"({"a":)";
+    }
+    EXPECT_EQ(refusal(text), "libjson::parse: expected no more than 512 levels at byte 2560");
+}
+
+TEST(Parse, GivenAMillionOpenBrackets_WhenParsed_ThenTheyAreRefused)
 {
     EXPECT_THAT(refusal(std::string(1'000'000, '[')), HasSubstr("512 levels"));
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t small_stack = std::size_t{2} << 20U; // what is watched takes several times as much
+#else
+constexpr std::size_t small_stack = std::size_t{256} << 10U;
+#endif
+
+TEST(Parse, GivenAThreadWithASmallStack_WhenItParsesTheDeepestNesting_ThenItSuffices)
+{
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, small_stack), 0);
+    JSONNode node;
+    pthread_t thread{};
+    const auto parse_deepest = [](void* result) -> void* {
+        *static_cast<JSONNode*>(result) = libjson::parse(nested(libjson::depth_max));
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, parse_deepest, &node), 0);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    EXPECT_EQ(node.type(), JSON_ARRAY);
+    pthread_attr_destroy(&attributes);
 }
 
 TEST(Parse, GivenTextBeyondTheSizeLimit_WhenParsed_ThenItIsRefusedUnread)

@@ -68,7 +68,7 @@ private:
     Routes m_routes; ///< fixed once constructed
     const Route* m_defaultRoute = nullptr;
 
-    std::mutex m_zoneLock; ///< taken before the C library's lock of its time zone: a fork waits for both
+    std::mutex m_zoneLock; ///< around the C library's lock of its time zone, for a fork to wait for
 
     std::mutex m_queueLock; ///< held while a line is put in, so that the queue never ends under a waiting thread
     std::shared_ptr<spdlog::details::thread_pool> m_queue; ///< one thread; empty when lines are written at once
