@@ -16,14 +16,12 @@ std::filesystem::path make_folder()
     return path;
 }
 
-/// A domain of its own for every test: the folder's name is unique on the machine. A publisher that is done waits for a
-/// listener that a busy machine holds up.
+/// A domain of its own for every test: the folder's name is unique on the machine.
 std::string transport_configuration(const std::string& tag)
 {
     return R"(<um-configuration version="1.0"><applications><application name="system"><contexts>)"
            R"(<context name="PriceEnvironmentContext"><options type="context"><option name="domain_tag" default-value=")" +
-           tag +
-           R"("/><option name="close_wait_ms" default-value="10000"/></options></context></contexts></application></applications></um-configuration>)";
+           tag + R"("/></options></context></contexts></application></applications></um-configuration>)";
 }
 
 } // namespace

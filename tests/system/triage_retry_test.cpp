@@ -36,7 +36,7 @@ std::string source_of(const Process& process)
 
 /// How many requests of that source a log has, from there on, whose answer was taken at once: no line about the sending
 /// stands between its announcement and the request's end.
-std::size_t answered_at_once(const std::string& log, const std::string& source, std::size_t from)
+std::size_t count_answered_at_once(const std::string& log, const std::string& source, std::size_t from)
 {
     const std::string finished = "Finished with LBM request";
     std::size_t count = 0;
@@ -155,7 +155,7 @@ TEST_F(TriageRetry, GivenRequesterThatWasGivenUp_WhenItGoesOn_ThenItIsAnsweredAg
     const std::size_t before = one->error().size();
     requester->send_signal(SIGCONT);
     // The first of them may answer requests that it no longer waits for, and the last may be on its way.
-    EXPECT_TRUE(one->until([&] { return answered_at_once(one->error(), source_of(*requester), before) >= 20; }));
+    EXPECT_TRUE(one->until([&] { return count_answered_at_once(one->error(), source_of(*requester), before) >= 20; }));
     requester->send_signal(SIGINT);
     EXPECT_NE(requester->wait(), exited(3));
     const json report = json::parse(requester->output(), nullptr, false);

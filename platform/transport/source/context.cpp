@@ -67,10 +67,11 @@ void Context::close()
     subscriber_.close();
     const std::chrono::milliseconds patience{settings_.options.get_integer("close_wait_ms")};
     const Clock::time_point deadline = Clock::now() + patience;
-    if (!publisher_.close(deadline)) {
+    const bool heard = publisher_.close(deadline);
+    const bool answered = responder_->close(deadline);
+    if (!(heard && answered)) {
         warn_of_unacknowledged(settings_.options);
     }
-    responder_->close(deadline);
 }
 
 lbm_topic* Context::make_topic(const char* name, Options options)

@@ -35,10 +35,13 @@ std::string fault_warning(const Options& options)
 
 void warn_of_unacknowledged(const Options& options)
 {
-    std::fprintf(stderr,
-                 "lbm: warning: a context was deleted though a receiver had not acknowledged within %lld ms what was "
-                 "sent last, and may miss it; see whether it stands still, or raise close_wait_ms\n",
-                 static_cast<long long>(options.get_integer("close_wait_ms")));
+    if (const auto waited = options.get_integer("close_wait_ms"); waited != 0) {
+        std::fprintf(stderr, "%s\n",
+                     ("lbm: warning: a context was deleted though a receiver had not acknowledged within " +
+                      std::to_string(waited) +
+                      " ms what was sent last, and may miss it; see whether it stands still, or raise close_wait_ms")
+                         .c_str());
+    }
 }
 
 void ContextWarnings::give(const Options& options)

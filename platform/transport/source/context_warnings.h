@@ -17,7 +17,7 @@ std::string exposure_warning(const std::string& interface);
 /// One line that names the faults that are made on purpose; "" when none are.
 std::string fault_warning(const Options& context_options);
 
-/// Warns on standard error that a context's end may have lost what it sent last.
+/// Warns on standard error that a context's end may have lost what it sent last, unless it was not to wait at all.
 void warn_of_unacknowledged(const Options& context_options);
 
 /// Warns on standard error of the first context that is exposed and of the first that makes faults.

@@ -225,7 +225,9 @@ void Intake::drain_all(std::size_t batches)
             note_arrival(inlet);
         }
     }
-    look_at_receivers();
+    for (auto& [stream, watched] : watched_) {
+        look_at_receivers(*stream, watched);
+    }
     const auto now = Clock::now();
     if (faults_) {
         faults_->let_go_due(now);
@@ -254,41 +256,48 @@ Inlet::Left Intake::drain(InletId id, std::size_t batches)
     return found == frames_by_id_.end() ? Inlet::Left::nothing_came : drain_frames(*found->second, batches);
 }
 
-bool Intake::is_watched(const StreamWriter& stream) const
-{
-    return std::any_of(watched_.begin(), watched_.end(), [&](const auto& w) { return &w->stream() == &stream; });
-}
-
 void Intake::watch(const std::shared_ptr<SourceWatch>& source)
 {
     const auto lock = lock_in_turn();
-    const dds_entity_t writer = source->stream().entity();
-    if (!is_watched(source->stream())) {
-        check_dds(dds_set_status_mask(writer, DDS_PUBLICATION_MATCHED_STATUS), "dds_set_status_mask");
-        check_dds(dds_waitset_attach(waitset_.get(), writer, 0), "dds_waitset_attach");
+    StreamWriter& stream = source->stream();
+    if (!watched_.contains(&stream)) {
+        check_dds(dds_set_status_mask(stream.entity(), DDS_PUBLICATION_MATCHED_STATUS), "dds_set_status_mask");
+        check_dds(dds_waitset_attach(waitset_.get(), stream.entity(), 0), "dds_waitset_attach");
     }
-    watched_.push_back(source);
-    look_at_receivers(); // those who are there already make no news
+    WatchedStream& watched = watched_[&stream];
+    look_at_receivers(stream, watched); // those who are there already make no news
+    watched.sources.push_back(source);
+    if (watched.connected) {
+        tell(source, true);
+    }
     wake();
 }
 
 void Intake::unwatch(const std::shared_ptr<SourceWatch>& source)
 {
     const auto lock = lock_in_turn();
-    std::erase(watched_, source);
-    if (!is_watched(source->stream())) {
-        dds_waitset_detach(waitset_.get(), source->stream().entity()); // news that nobody takes would wake us for ever
+    const auto found = watched_.find(&source->stream());
+    std::erase(found->second.sources, source);
+    if (found->second.sources.empty()) {
+        dds_waitset_detach(waitset_.get(), found->first->entity()); // news that nobody takes would wake us for ever
+        watched_.erase(found);
     }
 }
 
-void Intake::look_at_receivers()
+void Intake::look_at_receivers(const StreamWriter& stream, WatchedStream& watched)
 {
-    for (const auto& source : watched_) {
-        if (const int event = source->look(); event != 0) {
-            out_.post({Delivery::What::source_event, nullptr, nullptr, nullptr, static_cast<std::uint32_t>(event), 0,
-                       source});
+    if (const bool now = stream.has_receivers(); now != watched.connected) {
+        watched.connected = now;
+        for (const auto& source : watched.sources) {
+            tell(source, now);
         }
     }
+}
+
+void Intake::tell(const std::shared_ptr<SourceWatch>& source, bool connected)
+{
+    const std::uint32_t event = connected ? LBM_SRC_EVENT_CONNECT : LBM_SRC_EVENT_DISCONNECT;
+    out_.post({Delivery::What::source_event, nullptr, nullptr, nullptr, event, 0, source});
 }
 
 /// Null, and counted, unless it is from whom it says.

@@ -61,6 +61,11 @@ private:
         using Inlet::Inlet;
         std::size_t users = 0;
     };
+    /// Whoever hears a stream hears each of its sources.
+    struct WatchedStream {
+        std::vector<std::shared_ptr<SourceWatch>> sources; ///< in the order in which they were made
+        bool connected = false;                            ///< what they have been told
+    };
 
     void hear(const std::string& partition);
     void unhear(const std::string& partition);
@@ -76,8 +81,8 @@ private:
     bool has_arrivals();
     std::vector<InletId> take_arrivals();
     Inlet::Left drain(InletId id, std::size_t batches);
-    void look_at_receivers();
-    bool is_watched(const StreamWriter& stream) const;
+    void look_at_receivers(const StreamWriter& stream, WatchedStream& watched);
+    void tell(const std::shared_ptr<SourceWatch>& source, bool connected);
     Inlet::Left drain_catalogue();
     Inlet::Left drain_answers();
     Inlet::Left drain_frames(FramesInlet& inlet, std::size_t batches);
@@ -117,7 +122,7 @@ private:
     std::unordered_map<std::string, std::unique_ptr<FramesInlet>> frames_; ///< by partition
     std::unordered_map<InletId, FramesInlet*> frames_by_id_;
     std::unique_ptr<Inlet> answers_; ///< from the first request on
-    std::vector<std::shared_ptr<SourceWatch>> watched_;
+    std::unordered_map<StreamWriter*, WatchedStream> watched_;
     std::vector<CatalogueEntry> entries_; ///< scratch
     Frame frame_;                         ///< scratch
     std::optional<FrameFaults> faults_;   ///< if any are wanted

@@ -150,20 +150,23 @@ void Responder::stop() noexcept
     room_.notify_all();
 }
 
-void Responder::close(std::chrono::steady_clock::time_point deadline) noexcept
+bool Responder::close(std::chrono::steady_clock::time_point deadline) noexcept
 {
     stop();
     Lock lock{mutex_};
     const std::vector<WriterPtr> writers = std::exchange(open_, {});
     const auto busy = [](const WriterPtr& writer) { return !writer->drained(); };
     // All in each round: what one sends must not wait for what another is to acknowledge.
-    while (std::count_if(writers.begin(), writers.end(), busy) > 0 && std::chrono::steady_clock::now() < deadline) {
+    auto left = std::count_if(writers.begin(), writers.end(), busy);
+    while (left > 0 && std::chrono::steady_clock::now() < deadline) {
         room_.wait_for(lock, retry_interval);
+        left = std::count_if(writers.begin(), writers.end(), busy);
     }
     for (const WriterPtr& writer : writers) {
         writer->close();
     }
     topic_.reset();
+    return left == 0;
 }
 
 } // namespace qx::transport

@@ -47,8 +47,8 @@ public:
     void stop() noexcept;
 
     /// Stops, waits at most until the deadline for requesters to have it all, and closes. One that stands still does
-    /// not keep the others from theirs. Twice is harmless.
-    void close(std::chrono::steady_clock::time_point deadline) noexcept;
+    /// not keep the others from theirs. False when some had not acknowledged it by then. Twice is harmless.
+    bool close(std::chrono::steady_clock::time_point deadline) noexcept;
 
     std::size_t open_writers() const;
 

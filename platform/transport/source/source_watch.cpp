@@ -13,16 +13,6 @@ SourceWatch::SourceWatch(std::shared_ptr<LocalSource> source, Callback callback,
 {
 }
 
-int SourceWatch::look()
-{
-    const bool now = stream().has_receivers();
-    if (now == connected_) {
-        return 0;
-    }
-    connected_ = now;
-    return now ? LBM_SRC_EVENT_CONNECT : LBM_SRC_EVENT_DISCONNECT;
-}
-
 void SourceWatch::deliver(int event)
 {
     if (queue_) {

@@ -23,10 +23,6 @@ public:
 
     StreamWriter& stream() const noexcept { return *source_->stream; }
 
-    /// Looks at the stream's receivers: LBM_SRC_EVENT_…, or 0 when nothing has changed since the last look.
-    /// Called by one thread.
-    int look();
-
     /// Called on the context's thread only, in order.
     void deliver(int event);
 
@@ -40,7 +36,6 @@ private:
     std::shared_ptr<LocalSource> source_;
     Callback callback_;
     std::shared_ptr<EventQueue> queue_;
-    bool connected_ = false;
     Gate gate_;
 };
 

@@ -20,10 +20,15 @@ constexpr std::size_t count = 500; // a multiple of what a window takes
 /// Sends to a process that hears and then stands still.
 class StoppedListener : public testing::Test {
 protected:
+    explicit StoppedListener(const std::string& close_wait_ms = "10000")
+        : ctx(test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", close_wait_ms}}))
+    {
+    }
+
     void connect(test::WatchedSource& source, const std::string& topic) const
     {
         peer->tell("receive " + topic);
-        ASSERT_TRUE(source.wait_for({LBM_SRC_EVENT_CONNECT}));
+        ASSERT_TRUE(source.wait_for({LBM_SRC_EVENT_CONNECT})) << testing::PrintToString(source.events());
         test::send(source.source, payload);
         peer->tell("hears " + topic + " 1");
         peer->stop();
@@ -49,7 +54,31 @@ protected:
 
     const std::string payload = std::string(60'000, 'x');
     std::unique_ptr<test::ChildProcess> peer = test::start_peer(lease_ms);
-    test::ContextHandle ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}});
+    test::ContextHandle ctx;
+};
+
+class BesideContextOfLittlePatience : public StoppedListener {
+protected:
+    BesideContextOfLittlePatience()
+        : StoppedListener("100")
+    {
+    }
+};
+
+class BesideContextOfMuchPatience : public StoppedListener {
+protected:
+    BesideContextOfMuchPatience()
+        : StoppedListener("60000")
+    {
+    }
+};
+
+class BesideContextWithoutPatience : public StoppedListener {
+protected:
+    BesideContextWithoutPatience()
+        : StoppedListener("0")
+    {
+    }
 };
 
 TEST_F(StoppedListener, GivenASourceThatLoses_WhenTheWindowIsFull_ThenItGoesOnAndTheAccountHolds)
@@ -91,24 +120,32 @@ TEST_F(StoppedListener, GivenASourceThatWaits_WhenTheWindowIsFull_ThenItIsRefuse
     peer->tell("hears FULL.B " + std::to_string(sent + 1));
 }
 
-TEST_F(StoppedListener, GivenAMessageOnItsWay_WhenTheContextIsDeleted_ThenItWarnsThatTheMessageMayBeMissed)
+TEST_F(BesideContextOfLittlePatience,
+       GivenAMessageOnItsWay_WhenTheContextIsDeleted_ThenItWarnsThatTheMessageMayBeMissed)
 {
-    ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", "100"}});
     test::WatchedSource source{ctx, "FULL.W"};
     connect(source, "FULL.W");
     test::send(source.source, payload);
     EXPECT_THAT(deletion(), HasSubstr("had not acknowledged within 100 ms"));
 }
 
-TEST_F(StoppedListener, GivenAMessageOnItsWay_WhenTheListenerGoesOnInTime_ThenDeletingTheContextWarnsOfNothing)
+TEST_F(BesideContextOfMuchPatience,
+       GivenAMessageOnItsWay_WhenTheListenerGoesOnInTime_ThenDeletingTheContextWarnsOfNothing)
 {
-    ctx = test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", "60000"}});
     test::WatchedSource source{ctx, "FULL.I"};
     connect(source, "FULL.I");
     test::send(source.source, payload);
     peer->signal(SIGCONT);
     EXPECT_THAT(deletion(), IsEmpty());
     peer->tell("hears FULL.I 2");
+}
+
+TEST_F(BesideContextWithoutPatience, GivenAContextThatIsNotToWait_WhenDeleted_ThenItWarnsOfNothing)
+{
+    test::WatchedSource source{ctx, "FULL.N"};
+    connect(source, "FULL.N");
+    test::send(source.source, payload);
+    EXPECT_THAT(deletion(), IsEmpty());
 }
 
 } // namespace

@@ -1,8 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
+
+#include <dds/dds.h>
+#include <dlfcn.h>
 
 #include "support/context_fixture.h"
 #include "support/watched_source.h"
@@ -12,6 +19,8 @@ using namespace testing;
 namespace {
 
 using test::WatchedSource;
+
+std::atomic<std::size_t> looks{0};
 
 TEST(SourceEvents, GivenAWatchedSource_WhenAReceiverComesAndGoes_ThenItIsToldOfBoth)
 {
@@ -92,4 +101,31 @@ TEST(SourceEvents, GivenAWatchedSource_WhenItsContextIsDeletedFirst_ThenItMaySti
     EXPECT_EQ(lbm_src_delete(watched.source.release()), LBM_OK);
 }
 
+TEST(SourceEvents, GivenManyWatchedSourcesOfAStream_WhenMade_ThenTheEngineIsAskedForTheStreamOnly)
+{
+    constexpr std::size_t many = 300;
+    const auto ctx = test::make_context();
+    test::Recorder recorder;
+    const auto receiver = test::make_wildcard(ctx, "WATCH\\..*", recorder);
+    const std::size_t before = looks;
+    std::vector<std::unique_ptr<WatchedSource>> watched;
+    for (std::size_t i = 0; i < many; ++i) {
+        watched.push_back(std::make_unique<WatchedSource>(ctx, ("WATCH." + std::to_string(i)).c_str()));
+    }
+    for (const auto& one : watched) {
+        EXPECT_TRUE(one->wait_for({LBM_SRC_EVENT_CONNECT}));
+    }
+    EXPECT_LT(looks - before, 50 * many) << "as many as sources for each source would be " << many * many;
+}
+
 } // namespace
+
+/// Stands before the engine's own and counts.
+extern "C" dds_return_t dds_get_publication_matched_status(dds_entity_t writer,
+                                                           dds_publication_matched_status_t* status)
+{
+    static const auto real = reinterpret_cast<decltype(&dds_get_publication_matched_status)>(
+        dlsym(RTLD_NEXT, "dds_get_publication_matched_status"));
+    ++looks;
+    return real(writer, status);
+}

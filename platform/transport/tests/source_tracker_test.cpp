@@ -1,80 +1,15 @@
-/// The life of sources as told by frames, pages and lost senders; without a network.
+/// The life of sources as told by frames, pages and lost senders.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <string>
-#include <vector>
-
-#include "platform/transport/source/source_tracker.h"
+#include "support/source_tracker_fixture.h"
 
 using namespace qx::transport;
 using namespace testing;
 
 namespace {
 
-class Log : public SourceEvents {
-public:
-    void begun(const SourcePtr& s, std::uint32_t next) override { add("begun", s) += " " + std::to_string(next); }
-    void data(const SourcePtr& s, const WireMessage& m) override
-    {
-        add(m.kind == Kind::request ? "request" : "data", s)
-            .append(" " + std::to_string(m.sequence) + " ")
-            .append(m.payload);
-    }
-    void lost(const SourcePtr& s, std::uint32_t first, std::uint32_t last) override
-    {
-        add("lost", s) += " " + std::to_string(first) + "-" + std::to_string(last);
-    }
-    void ended(const SourcePtr& s, std::uint32_t next) override { add("ended", s) += " " + std::to_string(next); }
-
-    std::vector<std::string> lines;
-
-private:
-    std::string& add(const std::string& what, const SourcePtr& s) { return lines.emplace_back(what + " " + s->topic); }
-};
-
-/// A tracker with one context, stream and reader to tell about, and a clock of its own.
-class SourceTrackerTest : public Test {
-protected:
-    static WireMessage data(std::uint32_t sequence) { return {Kind::data, 7, sequence, "T", {}, "x"}; }
-    static WireMessage close(std::uint32_t sequence) { return {Kind::close, 7, sequence, "T", {}, {}}; }
-    static CatalogueEntry closed_entry(std::uint32_t next, std::uint64_t frames)
-    {
-        return {false, 7, 0, next, frames, "T"};
-    }
-    static WireMessage sync(std::uint32_t sequence) { return {Kind::sync, 7, sequence, "T", {}, {}}; }
-
-    void frame(std::uint64_t stream_sequence, std::vector<WireMessage> messages, SourceTracker::ReaderId reader = 1)
-    {
-        tracker.frame(stream, reader, {stream_sequence, std::move(messages), 0}, now);
-    }
-    void page(std::initializer_list<CatalogueEntry> entries)
-    {
-        tracker.page(context, 0, std::vector<CatalogueEntry>{entries}, now);
-    }
-    void pass(std::chrono::milliseconds time)
-    {
-        now += time;
-        tracker.tick(now);
-    }
-    static WireMessage other_sources_sync() { return {Kind::sync, 8, 0, "O", {}, {}}; }
-    void keep_busy(std::chrono::milliseconds time)
-    {
-        for (const auto until = now + time; now < until;) {
-            frame(busy_frame++, {other_sources_sync()});
-            pass(end_grace / 2);
-        }
-    }
-
-    const ContextId context{{1, 2, 3}};
-    const StreamId stream{context, 0};
-    const CatalogueEntry open_entry{true, 7, 0, 0, 0, "T"};
-    Log log;
-    SourceTracker tracker{log};
-    Clock::time_point now{std::chrono::hours{1}};
-    std::uint64_t busy_frame = 0;
-};
+using qx::transport::test::SourceTrackerTest;
 
 TEST_F(SourceTrackerTest, GivenAnUnknownSource_WhenItsFirstDataComes_ThenItBeginsThere)
 {
@@ -310,75 +245,6 @@ TEST_F(SourceTrackerTest, GivenALostSender_WhenItReturnsWithASourceClosedMeanwhi
     EXPECT_THAT(log.lines, IsSupersetOf({"ended T 1", "begun T 1", "lost T 1-2", "ended T 3"}));
 }
 
-TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenBothBringAFrame_ThenItCountsOnce)
-{
-    frame(0, {data(0)}, 1);
-    frame(0, {data(0)}, 2);
-    frame(1, {data(1)}, 2);
-    frame(1, {data(1)}, 1);
-    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x"));
-    EXPECT_EQ(tracker.duplicates(), 2U);
-}
-
-TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoes_ThenTheOtherGoesOn)
-{
-    frame(0, {data(0)}, 1);
-    tracker.reader_gone(1, false);
-    frame(0, {data(0)}, 2);
-    frame(1, {data(1)}, 2);
-    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 1 x"));
-}
-
-TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenTheOwnerGoesWithFramesTheOtherDropped_ThenThatIsLoss)
-{
-    frame(0, {data(0)}, 1);
-    frame(1, {data(1)}, 2);
-    EXPECT_TRUE(tracker.is_behind(1));
-    tracker.reader_gone(1, false);
-    frame(2, {data(2)}, 2);
-    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "lost T 1-1", "data T 2 x"));
-}
-
-TEST_F(SourceTrackerTest, GivenTwoReadersThatGoWithFramesOnlyOneBrought_WhenANewOneComes_ThenThatIsNoLossToIt)
-{
-    for (const auto& [first, second] : {std::pair{1U, 2U}, std::pair{2U, 1U}}) {
-        const std::uint32_t from = 10 * first;
-        frame(from, {data(from)}, 1);
-        frame(from + 1, {data(from + 1)}, 2);
-        tracker.reader_gone(first, false);
-        tracker.reader_gone(second, false);
-        frame(from + 9, {data(from + 9)}, 3);
-        EXPECT_THAT(log.lines, Not(Contains(StartsWith("lost")))) << first << " went first";
-        tracker.reader_gone(3, true);
-    }
-}
-
-TEST_F(SourceTrackerTest, GivenAStreamNobodyHearsForAWhile_WhenANewReaderComes_ThenWhatItMissedIsNoLoss)
-{
-    frame(0, {data(0)}, 1);
-    tracker.reader_gone(1, false);
-    frame(9, {data(9)}, 2);
-    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "data T 9 x"));
-}
-
-TEST_F(SourceTrackerTest, GivenALostSender_WhenAnotherReaderStillBringsItsCopies_ThenNothingBeginsAgain)
-{
-    frame(0, {data(0)}, 1);
-    tracker.stream_gone(stream, 1, now);
-    frame(0, {data(0)}, 2);
-    tracker.stream_gone(stream, 2, now);
-    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
-}
-
-TEST_F(SourceTrackerTest, GivenTwoReadersOfAStream_WhenOnlyTheOtherSaysTheSenderIsGone_ThenTheOwnersWordIsAwaited)
-{
-    frame(0, {data(0)}, 1);
-    tracker.stream_gone(stream, 2, now);
-    EXPECT_THAT(log.lines, SizeIs(2));
-    tracker.stream_gone(stream, 1, now);
-    EXPECT_THAT(log.lines, SizeIs(3));
-}
-
 TEST_F(SourceTrackerTest, GivenASource_WhenItsNumberSpeaksUnderAnotherTopic_ThenThatIsRefusedAndTheSourceGoesOn)
 {
     page({open_entry});
@@ -440,17 +306,6 @@ TEST_F(SourceTrackerTest, GivenAPageThatTakesAnEndBack_WhenItTellsOfItAgain_Then
     EXPECT_THAT(log.lines, SizeIs(2)) << "the first telling must not count";
     pass(std::chrono::milliseconds{1});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1"));
-}
-
-TEST_F(SourceTrackerTest, GivenALostSenderAndNoReaderLeft_WhenItIsHeardAgain_ThenWhatNobodyHeardIsNoLoss)
-{
-    page({open_entry});
-    frame(0, {data(0)});
-    tracker.stream_gone(stream, 1, now);
-    tracker.reader_gone(1, true);
-    page({open_entry});
-    frame(9, {data(9)}, 2);
-    EXPECT_THAT(log.lines, Not(Contains(StartsWith("lost"))));
 }
 
 } // namespace

@@ -105,6 +105,26 @@ TEST_F(Stops, ReceiverStoppedLong6Times)
     EXPECT_EQ(close_all({&publisher}, listener).died, 0U);
 }
 
+// The deletion waits as long as it does unless configured, which is longer than the stop.
+TEST_F(Stops, ReceiverStoppedWhileItsPublisherEnds)
+{
+    FaultProcess& listener = start_listener(patient);
+    FaultProcess& publisher = start_publisher(with(patient, {{"close_wait_ms", "10000"}}));
+    publisher.tell("flow 1 1");
+    await_progress(listener, publisher);
+    publisher.tell("halt");
+    listener.child().stop();
+    publisher.tell("push 8000");
+    publisher.child().say("delete");
+    last(10 * short_stop);
+    listener.child().signal(SIGCONT);
+    publisher.child().expect_ok();
+    await_ends(listener, publisher);
+    const Account account = balance({&listener});
+    expect_all_delivered(account);
+    expect_one_life_each(account, sources_each);
+}
+
 // Far more is sent than a writer keeps: a sender that waits for its slowest receiver would have to.
 TEST_F(Stops, ReceiverStoppedBesideLosingSources)
 {
