@@ -172,6 +172,18 @@ TEST_F(TriageRetry, GivenStoppedRequester_WhenAnotherPings_ThenItIsAnsweredMeanw
     EXPECT_THAT(one->error(), Not(HasSubstr("Failed responding")));
 }
 
+TEST_F(TriageRetry, GivenStoppedResponder_WhenTheRequesterEnds_ThenItDoesNotWaitForIt)
+{
+    const auto one = responder();
+    const auto requester = persistent_requester(*one);
+    one->send_signal(SIGSTOP);
+    EXPECT_EQ(start_triage({"ping", "--wait", "2"})->wait(), exited(2)); // the requester asks on meanwhile
+    requester->send_signal(SIGINT);
+    EXPECT_NE(requester->wait(), exited(3));
+    EXPECT_THAT(requester->error(), Not(HasSubstr("had not acknowledged")));
+    one->send_signal(SIGCONT);
+}
+
 TEST_F(TriageRetry, GivenEventQueue_WhenAskedAndStopped_ThenItAnswersAndEndsCleanly)
 {
     const auto one = responder({{"TRIAGE_HANDLER_USE_EVENT_QUEUE", "1"}});

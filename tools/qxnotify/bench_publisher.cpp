@@ -36,7 +36,7 @@ std::string next_word(BenchPeer& peer, StopSignals& stop)
 ContextHandle open_when_listening(BenchPeer& peer, StopSignals& stop)
 {
     next_word(peer, stop);
-    return open_context(price_context_name);
+    return open_context(price_context_name, AtEnd::waits);
 }
 
 } // namespace

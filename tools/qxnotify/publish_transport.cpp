@@ -7,7 +7,7 @@ namespace qx::tool {
 TransportSender::TransportSender(double listener_wait_seconds, StopSignals& stop)
     : m_listenerWaitSeconds(listener_wait_seconds)
     , m_stop(stop)
-    , m_context(open_context(price_context_name))
+    , m_context(open_context(price_context_name, AtEnd::waits))
 {
 }
 

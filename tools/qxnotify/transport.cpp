@@ -32,12 +32,15 @@ void check_transport(int result, std::string_view call, std::string_view subject
     }
 }
 
-ContextHandle open_context(const std::string& name)
+ContextHandle open_context(const std::string& name, AtEnd at_end)
 {
     lbm_context_attr_t* raw_attributes = nullptr;
     check_transport(lbm_context_attr_create_from_xml(&raw_attributes, name.c_str()), "lbm_context_attr_create_from_xml",
                     name);
     const std::unique_ptr<lbm_context_attr_t, AttributesDelete> attributes(raw_attributes);
+    if (at_end == AtEnd::leaves) {
+        lbm_context_attr_str_setopt(attributes.get(), "close_wait_ms", "0"); // unknown to a transport that never waits
+    }
     lbm_context_t* context = nullptr;
     check_transport(lbm_context_create(&context, attributes.get(), nullptr, nullptr), "lbm_context_create", name);
     return ContextHandle(context);

@@ -28,8 +28,11 @@ struct ContextDelete {
 };
 using ContextHandle = std::unique_ptr<lbm_context_t, ContextDelete>;
 
+/// What deleting a context does about receivers that have yet to acknowledge what was sent last.
+enum class AtEnd { waits, leaves };
+
 /// Of the transport alone, not an lbm::Context: that one would answer operations requests. Throws TransportError.
-ContextHandle open_context(const std::string& name);
+ContextHandle open_context(const std::string& name, AtEnd at_end);
 
 /// A source and whether it has a receiver. Stays where it is: the transport's callback points at it.
 class TopicSource {

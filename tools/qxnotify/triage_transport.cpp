@@ -7,7 +7,8 @@ namespace qx::tool {
 TriageRequester::TriageRequester(const std::string& context_name, const std::string& topic, StopSignals& stop)
     : m_topic(topic)
     , m_stop(stop)
-    , m_context(open_context(context_name))
+    // Who has not answered by then is reported as missing, so nothing is gained by waiting for it.
+    , m_context(open_context(context_name, AtEnd::leaves))
     , m_source(m_context.get(), topic)
 {
 }
