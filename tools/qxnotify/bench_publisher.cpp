@@ -36,7 +36,7 @@ std::string next_word(BenchPeer& peer, StopSignals& stop)
 ContextHandle open_when_listening(BenchPeer& peer, StopSignals& stop)
 {
     next_word(peer, stop);
-    return open_context(price_context_name, AtEnd::waits);
+    return open_context(price_context_name, AtEnd::leaves);
 }
 
 } // namespace
@@ -70,7 +70,7 @@ BenchFigures BenchPublisher::run(const BenchRun& run)
         send_all(run);
     }
     m_peer.tell("end\n");
-    const BenchFigures figures = parse_figures(next_word(m_peer, m_stop));
+    BenchFigures figures = parse_figures(next_word(m_peer, m_stop));
     if (!figures.fault.empty() || figures.received != run.messages) {
         throw NotAsSent(run.name() + ": " + (figures.fault.empty() ? "the rest is missing" : figures.fault) + "; " +
                         std::to_string(figures.received) + " of " + std::to_string(run.messages) + " came before");

@@ -57,29 +57,17 @@ protected:
     test::ContextHandle ctx;
 };
 
-class BesideContextOfLittlePatience : public StoppedListener {
+template <int close_wait_ms>
+class StoppedListenerAtTheEnd : public StoppedListener {
 protected:
-    BesideContextOfLittlePatience()
-        : StoppedListener("100")
+    StoppedListenerAtTheEnd()
+        : StoppedListener(std::to_string(close_wait_ms))
     {
     }
 };
-
-class BesideContextOfMuchPatience : public StoppedListener {
-protected:
-    BesideContextOfMuchPatience()
-        : StoppedListener("60000")
-    {
-    }
-};
-
-class BesideContextWithoutPatience : public StoppedListener {
-protected:
-    BesideContextWithoutPatience()
-        : StoppedListener("0")
-    {
-    }
-};
+using BesideContextOfLittlePatience = StoppedListenerAtTheEnd<100>;
+using BesideContextOfMuchPatience = StoppedListenerAtTheEnd<60'000>;
+using BesideContextWithoutPatience = StoppedListenerAtTheEnd<0>;
 
 TEST_F(StoppedListener, GivenASourceThatLoses_WhenTheWindowIsFull_ThenItGoesOnAndTheAccountHolds)
 {

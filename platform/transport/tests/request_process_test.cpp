@@ -221,6 +221,17 @@ TEST(RequestProcesses, GivenADeletionThatWaitsForAStoppedRequester_WhenAnotherTh
     EXPECT_EQ(deletion.wait_for(test::patience), std::future_status::ready);
 }
 
+TEST(RequestProcesses, GivenAnAnswerOnItsWay_WhenTheContextIsDeleted_ThenItWarnsThatTheAnswerMayBeMissed)
+{
+    Answerer answerer{long_lease_ms};
+    const auto stopped = answerer.start_requester("ASK.STOPPED");
+    stopped->stop();
+    answerer.answer_until_refused(0);
+    testing::internal::CaptureStderr();
+    answerer.delete_context();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("had not acknowledged within 100 ms"));
+}
+
 TEST(RequestProcesses, GivenAStoppedRequester_WhenItsAnswersAreLarge_ThenTheirBytesAreBoundedBeforeTheirNumber)
 {
     Answerer answerer{long_lease_ms, {{"response_window_messages", "256"}, {"close_wait_ms", "100"}}};

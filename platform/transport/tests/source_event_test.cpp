@@ -115,6 +115,7 @@ TEST(SourceEvents, GivenManyWatchedSourcesOfAStream_WhenMade_ThenTheEngineIsAske
     for (const auto& one : watched) {
         EXPECT_TRUE(one->wait_for({LBM_SRC_EVENT_CONNECT}));
     }
+    EXPECT_GE(looks - before, many) << "each was looked at when it was made";
     EXPECT_LT(looks - before, 50 * many) << "as many as sources for each source would be " << many * many;
 }
 

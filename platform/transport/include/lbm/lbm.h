@@ -131,6 +131,7 @@ int lbm_context_attr_str_getopt(const lbm_context_attr_t* attr, const char* opti
 /* `attr` NULL: built-in defaults. `event_cb` may be NULL. */
 int lbm_context_create(lbm_context_t** ctx, const lbm_context_attr_t* attr, lbm_context_event_cb_proc event_cb,
                        void* clientd);
+/* Waits for receivers and requesters to acknowledge what was sent, at most for `close_wait_ms`. */
 int lbm_context_delete(lbm_context_t* ctx);
 int lbm_context_str_getopt(lbm_context_t* ctx, const char* option, char* value, size_t* length);
 /* The context serves itself on its own thread; these exist for programs written for sequential operation:
@@ -275,6 +276,8 @@ int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_
  * share the topic's first token. There is no room while receivers have not acknowledged more than 4 MiB of these. A
  * send that fails has consumed no sequence number. */
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags);
+/* While receivers do not acknowledge, waits for room for the source's end, at most for `close_wait_ms`; without room
+ * they learn of it late. */
 int lbm_src_delete(lbm_src_t* src);
 
 /* ---- Requests and responses ----------------------------------------------------------------------------------- */

@@ -105,11 +105,11 @@ TEST_F(Stops, ReceiverStoppedLong6Times)
     EXPECT_EQ(close_all({&publisher}, listener).died, 0U);
 }
 
-// The deletion waits as long as it does unless configured, which is longer than the stop.
+// The deletion waits for longer than the stop.
 TEST_F(Stops, ReceiverStoppedWhileItsPublisherEnds)
 {
     FaultProcess& listener = start_listener(patient);
-    FaultProcess& publisher = start_publisher(with(patient, {{"close_wait_ms", "10000"}}));
+    FaultProcess& publisher = start_publisher(patient);
     publisher.tell("flow 1 1");
     await_progress(listener, publisher);
     publisher.tell("halt");
