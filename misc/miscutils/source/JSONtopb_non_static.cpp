@@ -249,7 +249,7 @@ bool JSONProto::Convert(Message* msg, const Reflection* ref, const JSONNode& jso
 
 void JSONProto::ParseJSON(Message* msg, const Reflection* ref, const JSONNode& n, bool strict) const
 {
-    const FieldDescriptorIndex index(msg);
+    const FieldDescriptorIndex index(msg, n.size());
     if (!is_container(n)) {
         return;
     }
@@ -287,10 +287,11 @@ void JSONProto::ParseJSONRepeating(Message* msg, const Reflection* ref, const JS
 void JSONProto::ParseElements(Message* msg, const Reflection* ref, const JSONNode& n, std::string_view name,
                               bool strict) const
 {
+    const FieldDescriptorIndex index(msg, 1);
     if (!is_container(n)) {
         return;
     }
-    const FieldDescriptor* const field = FieldDescriptorIndex::FindAlone(*msg, name);
+    const FieldDescriptor* const field = index.FindFieldByName(name); // one for all elements: they share its key
     for (const JSONNode& element : n) {
         if (field != nullptr) {
             ParseElement(msg, ref, field, name, element, strict);

@@ -62,10 +62,17 @@ std::size_t slots_for(std::size_t fields)
 
 } // namespace
 
-JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(google::protobuf::Message* msg)
+JSONProto::FieldDescriptorIndex::FieldDescriptorIndex(google::protobuf::Message* msg, std::size_t lookups)
     : m_type(msg->GetDescriptor())
-    , m_index(slots_for(static_cast<std::size_t>(m_type->field_count())))
 {
+    if (lookups >= many) {
+        MakeTable();
+    }
+}
+
+void JSONProto::FieldDescriptorIndex::MakeTable()
+{
+    m_index.resize(slots_for(static_cast<std::size_t>(m_type->field_count())));
     for (int i = 0; i < m_type->field_count(); ++i) {
         const std::string_view key = key_of(*m_type->field(i));
         const std::uint32_t hash = hash_of(key);
@@ -92,17 +99,19 @@ std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key, std::u
 
 const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(std::string_view name) const
 {
+    if (m_index.empty()) {
+        return LookThrough(name);
+    }
     const Slot& slot = m_index[SlotOf(name, hash_of(name))];
     return slot.place == 0 ? nullptr : FieldIn(slot);
 }
 
-const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindAlone(const google::protobuf::Message& msg,
-                                                                  std::string_view name)
+/// From the last declared, which wins among fields with one key.
+const FieldDescriptor* JSONProto::FieldDescriptorIndex::LookThrough(std::string_view name) const
 {
-    const google::protobuf::Descriptor& type = *msg.GetDescriptor();
-    for (int i = type.field_count() - 1; i >= 0; --i) {
-        if (key_of(*type.field(i)) == name) {
-            return type.field(i);
+    for (int i = m_type->field_count() - 1; i >= 0; --i) {
+        if (key_of(*m_type->field(i)) == name) {
+            return m_type->field(i);
         }
     }
     return nullptr;

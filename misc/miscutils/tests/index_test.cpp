@@ -12,12 +12,15 @@ namespace {
 
 using testing::ThrowsMessage;
 
-/// The name of the field that the key finds in `Keys`, in an index and alone; "" when there is none.
+/// The name of the field that the key finds in `Keys`, however often the index is to be asked; "" when there is none.
 std::string found(const std::string& key)
 {
     Keys message;
     const auto* field = JSONProto::FieldDescriptorIndex(&message).FindFieldByName(key);
-    EXPECT_EQ(JSONProto::FieldDescriptorIndex::FindAlone(message, key), field) << key;
+    for (const std::size_t lookups : {0U, 1U, 2U, 100U}) {
+        const JSONProto::FieldDescriptorIndex index(&message, lookups);
+        EXPECT_EQ(index.FindFieldByName(key), field) << key << " with " << lookups;
+    }
     return field == nullptr ? "" : field->name();
 }
 
@@ -80,10 +83,11 @@ TEST(FieldDescriptorIndex, GivenNestedTypes_WhenLookedUp_ThenNeitherTheyNorTheir
 TEST(FieldDescriptorIndex, GivenAMessageWithoutFields_WhenLookedUp_ThenEveryKeyIsUnknown)
 {
     Empty message;
-    const JSONProto::FieldDescriptorIndex index(&message);
-    EXPECT_EQ(index.FindFieldByName(""), nullptr);
-    EXPECT_EQ(index.FindFieldByName("id"), nullptr);
-    EXPECT_EQ(JSONProto::FieldDescriptorIndex::FindAlone(message, "id"), nullptr);
+    for (const std::size_t lookups : {1U, 2U}) {
+        const JSONProto::FieldDescriptorIndex index(&message, lookups);
+        EXPECT_EQ(index.FindFieldByName(""), nullptr);
+        EXPECT_EQ(index.FindFieldByName("id"), nullptr);
+    }
 }
 
 TEST(VerifyType, GivenTheExpectedType_WhenChecked_ThenItIsTrueInBothModes)

@@ -14,6 +14,7 @@
 /// Threads   A converter is never changed by its use: several threads may share one, each with its own message.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -42,24 +43,26 @@ public:
     /// descriptors belong to protobuf and outlive the index.
     class FieldDescriptorIndex {
     public:
-        explicit FieldDescriptorIndex(google::protobuf::Message* msg);
+        /// `lookups`: about how often the index will be asked. It finds the same whatever that says; for one look-up it
+        /// keeps no table, since making one costs more than looking through the fields.
+        explicit FieldDescriptorIndex(google::protobuf::Message* msg, std::size_t lookups = many);
         /// Null when no field has that key. Keys are compared byte by byte.
         const google::protobuf::FieldDescriptor* FindFieldByName(std::string_view name) const;
-        /// What an index of the message would find, for one key alone: looking through the fields costs less.
-        static const google::protobuf::FieldDescriptor* FindAlone(const google::protobuf::Message& msg,
-                                                                  std::string_view name);
 
     private:
+        static constexpr std::size_t many = 2;
         /// The hash of a field's key, and its place among the message's fields, counted from 1; 0 is none.
         struct Slot {
             std::uint32_t hash = 0;
             std::int32_t place = 0;
         };
+        void MakeTable();
+        const google::protobuf::FieldDescriptor* LookThrough(std::string_view name) const;
         const google::protobuf::FieldDescriptor* FieldIn(const Slot& slot) const;
         std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
 
         const google::protobuf::Descriptor* m_type;
-        std::vector<Slot> m_index; ///< a hash table in one piece: it is made anew for every message
+        std::vector<Slot> m_index; ///< a hash table in one piece, made anew for every message; empty for one look-up
     };
 
     /// Fills `msg` from an object with at least one member; true when the document was converted. A document that is
