@@ -7,10 +7,11 @@
 namespace qx::transport {
 namespace {
 
-constexpr std::size_t header_bytes = 12;
+constexpr std::size_t header_bytes = 16;
 constexpr std::size_t message_header_bytes = 20;
 constexpr std::size_t count_at = 2;
-constexpr std::size_t stream_sequence_at = 4;
+constexpr std::size_t next_source_at = 4;
+constexpr std::size_t stream_sequence_at = 8;
 
 std::size_t encoded_bytes(const WireMessage& m) noexcept
 {
@@ -95,10 +96,11 @@ void FrameBuilder::add(const WireMessage& m)
     ++count_;
 }
 
-Bytes& FrameBuilder::finish(std::uint64_t stream_sequence)
+Bytes& FrameBuilder::finish(std::uint64_t stream_sequence, std::uint32_t next_source)
 {
     put_at(body_, 0, frame_version);
     put_at(body_, count_at, static_cast<std::uint16_t>(count_));
+    put_at(body_, next_source_at, next_source);
     put_at(body_, stream_sequence_at, stream_sequence);
     return body_;
 }
@@ -120,6 +122,7 @@ bool decode_frame(ByteView bytes, Frame& out)
     const auto version = in.number<std::uint8_t>();
     in.number<std::uint8_t>();
     const auto count = in.number<std::uint16_t>();
+    out.next_source = in.number<std::uint32_t>();
     out.stream_sequence = in.number<std::uint64_t>();
     if (!in.ok() || version != frame_version) {
         return false;

@@ -1,12 +1,15 @@
 /// The frame: what one packet of a stream carries.
 ///
-///     frame    u8 version (1), u8 0, u16 number of messages, u64 sequence number within the stream, messages
+///     frame    u8 version (2), u8 0, u16 number of messages, u32 next source, u64 sequence number within the stream,
+///              messages
 ///     message  u8 kind, u8 0, u16 topic bytes, u16 extra bytes, u16 0, u32 source, u32 sequence number,
 ///              u32 payload bytes, topic, extra, payload
 ///
-/// Numbers are little-endian. `extra` belongs to the kind: of a request it is the request's number, u64, else empty.
-/// A kind that a reader does not know is stepped over: up to `numbered_kind_max` it takes a sequence number of its
-/// source, so that no loss appears where a newer sender says something else; above it does not.
+/// Numbers are little-endian. Sources are numbered as they are opened: one of the stream that was opened after the
+/// frame has the number `next source` or a higher one, so who hears the frame knows which sources it hears from their
+/// first message on. `extra` belongs to the kind: of a request it is the request's number, u64, else empty. A kind that
+/// a reader does not know is stepped over: up to `numbered_kind_max` it takes a sequence number of its source, so that
+/// no loss appears where a newer sender says something else; above it does not.
 #pragma once
 
 #include <array>
@@ -19,7 +22,7 @@
 
 namespace qx::transport {
 
-inline constexpr std::uint8_t frame_version = 1;
+inline constexpr std::uint8_t frame_version = 2;
 inline constexpr std::size_t frame_messages_max = 65'535;
 inline constexpr std::size_t payload_bytes_max = 64U << 20U;
 
@@ -61,7 +64,7 @@ public:
     std::size_t bytes() const noexcept { return body_.size(); }
 
     /// The finished frame, valid until the next call that changes the builder.
-    Bytes& finish(std::uint64_t stream_sequence);
+    Bytes& finish(std::uint64_t stream_sequence, std::uint32_t next_source);
     void clear();
 
 private:
@@ -73,6 +76,7 @@ private:
 /// A frame as received. The messages' texts view the bytes it was decoded from.
 struct Frame {
     std::uint64_t stream_sequence = 0;
+    std::uint32_t next_source = 0; ///< what the stream's later sources are numbered from
     std::vector<WireMessage> messages;
     std::size_t unknown_kinds = 0; ///< how many messages were stepped over
 };

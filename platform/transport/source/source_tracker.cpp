@@ -19,9 +19,10 @@ bool SourceTracker::Stream::is_behind() const
                        [this](const auto& copy) { return copy.second > last.value_or(0); });
 }
 
-bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence)
+bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader, const Frame& frame)
 {
     Stream& stream = context.streams[id.number];
+    const std::uint64_t sequence = frame.stream_sequence;
     if (stream.owner && *stream.owner != reader) {
         stream.copies[reader] = sequence;
         ++duplicates_;
@@ -31,8 +32,11 @@ bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader
         ++duplicates_;
         return false;
     }
+    if (!stream.last) {
+        stream.owing_from = sequence == 0 ? 0 : frame.next_source;
+    }
     if (stream.handed_over) {
-        take_over(context, id, sequence);
+        take_over(context, id, frame);
     }
     stream.owner = reader;
     stream.last = sequence;
@@ -40,14 +44,15 @@ bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader
 }
 
 /// A new reader goes on where the last one was, unless for a while there was none: what was sent then is no loss.
-void SourceTracker::take_over(Context& context, const StreamId& id, std::uint64_t sequence)
+void SourceTracker::take_over(Context& context, const StreamId& id, const Frame& frame)
 {
     Stream& stream = context.streams[id.number];
     stream.handed_over = false;
-    const bool gap = stream.last && sequence > *stream.last + 1;
+    const bool gap = stream.last && frame.stream_sequence > *stream.last + 1;
     if (!gap || stream.is_behind()) {
         return;
     }
+    stream.owing_from = frame.next_source;
     for (auto& [number, entry] : context.sources) {
         if (entry.stream == id.number) {
             entry.next.reset();
@@ -58,7 +63,7 @@ void SourceTracker::take_over(Context& context, const StreamId& id, std::uint64_
 void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now)
 {
     Context& context = contexts_[id.context];
-    if (!accept(context, id, reader, frame.stream_sequence)) {
+    if (!accept(context, id, reader, frame)) {
         return;
     }
     context.streams[id.number].active = now;
@@ -67,11 +72,21 @@ void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& fram
     }
 }
 
+bool SourceTracker::owes_all(const Context& context, std::uint32_t stream, std::uint32_t source)
+{
+    const auto found = context.streams.find(stream);
+    if (found == context.streams.end() || !found->second.last || found->second.handed_over) {
+        return false;
+    }
+    return source >= found->second.owing_from;
+}
+
 void SourceTracker::message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now)
 {
-    if (m.kind == Kind::close && context.sources.find(m.source) == context.sources.end()) {
-        // Never heard of it, or of its end already: no beginning is needed to have an end, only a mark against older
-        // news.
+    if (m.kind == Kind::close && context.sources.find(m.source) == context.sources.end() &&
+        !owes_all(context, stream.number, m.source)) {
+        // Older than what is heard here, or ended already: no beginning is needed to have an end, only a mark against
+        // older news.
         close(context, m.source, now);
         return;
     }
@@ -112,10 +127,14 @@ SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, 
             return nullptr;
         }
         found = context.sources.try_emplace(id.number).first;
-    } else if (found->second.open()) {
-        return &found->second;
     }
     Entry& entry = found->second;
+    if (!entry.next && owes_all(context, stream, id.number)) {
+        entry.next = 0;
+    }
+    if (entry.open()) {
+        return &entry;
+    }
     entry.source = std::make_shared<RemoteSource>(id, topic);
     entry.stream = stream;
     entry.ending_since.reset();
@@ -232,19 +251,26 @@ void SourceTracker::list(const ContextId& id, Context& context, const CatalogueE
         }
         return;
     }
-    const auto found = context.sources.find(listed.source);
-    if (found == context.sources.end()) {
-        return;
-    }
-    Entry& entry = found->second;
-    const bool missed = entry.next && ahead(listed.final_sequence, *entry.next) > 0;
-    if (!entry.open() && missed) { // it went on while its sender was out of hearing, and closed
+    if (went_on_unheard(context, listed)) {
         live(context, {id, listed.source}, listed.stream, listed.topic, 0);
     }
-    if (entry.open()) {
-        entry.last_word = {listed.final_sequence, listed.frames};
+    const auto found = context.sources.find(listed.source);
+    if (found != context.sources.end() && found->second.open()) {
+        found->second.last_word = {listed.final_sequence, listed.frames};
         start_ending(id, listed.source, now);
     }
+}
+
+/// Whether there is a beginning to tell of a source that has closed: it came and went without a word, or said more
+/// while its sender was out of hearing.
+bool SourceTracker::went_on_unheard(const Context& context, const CatalogueEntry& closed)
+{
+    const auto found = context.sources.find(closed.source);
+    if (found == context.sources.end()) {
+        return owes_all(context, closed.stream, closed.source);
+    }
+    const Entry& entry = found->second;
+    return !entry.open() && entry.next && ahead(closed.final_sequence, *entry.next) > 0;
 }
 
 void SourceTracker::page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now)
@@ -333,12 +359,24 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
     close(context, ending.source.number, now);
 }
 
+/// Should one return, nobody knows what it had said.
+void SourceTracker::forget_lost(Context& context, Clock::time_point now)
+{
+    std::erase_if(context.sources, [&](const auto& item) {
+        const auto& [number, entry] = item;
+        if (entry.open() || now - entry.lost_at < ended_source_kept) {
+            return false;
+        }
+        Stream& stream = context.streams[entry.stream];
+        stream.owing_from = std::max(stream.owing_from, number + 1);
+        return true;
+    });
+}
+
 void SourceTracker::forget(Clock::time_point now)
 {
     for (auto context = contexts_.begin(); context != contexts_.end();) {
-        std::erase_if(context->second.sources, [&](const auto& item) {
-            return !item.second.open() && now - item.second.lost_at >= ended_source_kept;
-        });
+        forget_lost(context->second, now);
         const bool remembered = !context->second.closed.empty() && now - context->second.closed_at < ended_source_kept;
         const bool silent = context->second.sources.empty() && context->second.pages.empty() && !remembered;
         context = silent ? contexts_.erase(context) : std::next(context);

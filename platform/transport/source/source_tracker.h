@@ -7,8 +7,11 @@
 ///           more, and then after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
-/// Losses    follow from the sequence numbers alone. What a source sent before its first message here is no loss, nor
-///           what it sent while no reader heard its stream.
+/// Losses    follow from the sequence numbers alone. Who hears a stream from its first frame is owed all that its
+/// sources
+///           send; who comes later, all of the sources that were opened after the first frame heard, be it that only
+///           their end is heard of. Of older ones what they sent before their first message here is no loss. Where no
+///           reader heard a stream for a while, its next frame counts as the first.
 /// Copies    the same stream may be seen by several readers: the first is its owner and the others' copies are dropped.
 /// Threads   not synchronised.
 #pragma once
@@ -102,6 +105,7 @@ private:
     struct Stream {
         std::optional<ReaderId> owner;
         std::optional<std::uint64_t> last;        ///< frame that was accepted
+        std::uint32_t owing_from = 0;             ///< the number that sources have which were heard from the first
         std::map<ReaderId, std::uint64_t> copies; ///< the latest that each reader beside the owner has brought
         bool handed_over = false;                 ///< the owner went, and no other has taken over yet
         Clock::time_point active{};
@@ -123,8 +127,9 @@ private:
         bool unlisted;
     };
 
-    bool accept(Context& context, const StreamId& id, ReaderId reader, std::uint64_t sequence);
-    static void take_over(Context& context, const StreamId& id, std::uint64_t sequence);
+    bool accept(Context& context, const StreamId& id, ReaderId reader, const Frame& frame);
+    static void take_over(Context& context, const StreamId& id, const Frame& frame);
+    static bool owes_all(const Context& context, std::uint32_t stream, std::uint32_t source);
     Entry* live(Context& context, const SourceId& id, std::uint32_t stream, std::string_view topic, std::uint32_t next);
     void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
     void data(Entry& entry, const WireMessage& m);
@@ -132,9 +137,11 @@ private:
     void lose(Entry& entry, Clock::time_point now);
     void close(Context& context, std::uint32_t source, Clock::time_point now);
     void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now, bool unlisted = false);
+    static bool went_on_unheard(const Context& context, const CatalogueEntry& closed);
     void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
     static Clock::time_point end_of(const Ending& ending, const Entry& entry, const Stream& stream);
     void finish(const Ending& ending, Clock::time_point now);
+    static void forget_lost(Context& context, Clock::time_point now);
     void forget(Clock::time_point now);
 
     SourceEvents& out_;

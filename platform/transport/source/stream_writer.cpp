@@ -48,6 +48,7 @@ void StreamWriter::open(const std::shared_ptr<LocalSource>& source)
 {
     const std::lock_guard lock{mutex_};
     sources_.emplace(source->number, source);
+    next_source_ = source->number + 1;
 }
 
 void StreamWriter::send(LocalSource& source, std::string_view payload, const SendWait& wait)
@@ -186,7 +187,7 @@ dds_return_t StreamWriter::write_frame()
     if (frame_.empty()) {
         return DDS_RETCODE_OK;
     }
-    Bytes& bytes = frame_.finish(sequence_);
+    Bytes& bytes = frame_.finish(sequence_, next_source_);
     qx_wire_Packet packet{};
     std::copy(id_.context.bytes.begin(), id_.context.bytes.end(), packet.context);
     packet.part = id_.number;

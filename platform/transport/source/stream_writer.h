@@ -58,7 +58,7 @@ public:
     StreamWriter(dds_entity_t participant, dds_entity_t topic, const StreamId& id, const std::string& partition,
                  WhenFull when_full, FlushPolicy policy, Flusher& flusher, std::shared_ptr<Counters> counters);
 
-    /// From now until its end the source's tail is announced.
+    /// From now until its end the source's tail is announced. Sources come in the order of their numbers.
     void open(const std::shared_ptr<LocalSource>& source);
 
     /// Accepts a message; after a failure it has consumed no sequence number. Throws TransportError: LBM_EWOULDBLOCK
@@ -123,6 +123,7 @@ private:
     std::vector<std::shared_ptr<LocalSource>> tails_; ///< those that have spoken or are to be announced, each once
     std::vector<dds_instance_handle_t> receivers_;    ///< when last looked at, sorted
     std::uint64_t sequence_ = 0;
+    std::uint32_t next_source_ = 0; ///< above the number of every source so far
     std::chrono::steady_clock::time_point last_write_{};
     bool armed_ = false;
     bool stopping_ = false;

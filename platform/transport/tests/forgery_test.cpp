@@ -97,7 +97,7 @@ TEST_F(Forgery, GivenAFrameWithTwoTopics_WhenOneIsOfAnotherPartition_ThenItIsRef
     FrameBuilder frame{1'024};
     frame.add({Kind::data, 1, 0, "OTHER.A", {}, "honest"});
     frame.add({Kind::data, 2, 0, guarded_topic, {}, "forged"});
-    test::write_packet(writer, peer.context(), 0, frame.finish(1));
+    test::write_packet(writer, peer.context(), 0, frame.finish(1, 0));
     EXPECT_TRUE(is_refused());
     EXPECT_EQ(delivered("OTHER.A"), 0U);
 }

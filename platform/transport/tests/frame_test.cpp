@@ -18,8 +18,10 @@ Bytes encode(std::initializer_list<WireMessage> messages, std::uint64_t sequence
     for (const WireMessage& m : messages) {
         builder.add(m);
     }
-    return builder.finish(sequence);
+    return builder.finish(sequence, 0xFEDCBA98);
 }
+
+constexpr std::size_t message_at = 16; ///< where the first message's kind stands
 
 bool decodes(const Bytes& bytes)
 {
@@ -33,6 +35,7 @@ TEST(FrameCodec, GivenMessages_WhenEncodedAndDecoded_ThenTheyAreTheSame)
     Frame frame;
     ASSERT_TRUE(decode_frame(bytes, frame));
     EXPECT_EQ(frame.stream_sequence, 0xFFFFFFFFFFFFFFFF);
+    EXPECT_EQ(frame.next_source, 0xFEDCBA98);
     ASSERT_EQ(frame.messages.size(), 2U);
     EXPECT_EQ(frame.messages[0].topic, "A.B");
     EXPECT_EQ(frame.messages[0].payload, "payload");
@@ -87,7 +90,7 @@ TEST(FrameCodec, GivenACountThatPromisesMore_WhenDecoded_ThenItIsRefused)
 TEST(FrameCodec, GivenAnUnknownKind_WhenDecoded_ThenItIsSteppedOverAndCounted)
 {
     Bytes bytes = encode({example, {Kind::data, 9, 9, "Z", "", "z"}});
-    bytes[12] = 200;
+    bytes[message_at] = 200;
     Frame frame;
     ASSERT_TRUE(decode_frame(bytes, frame));
     EXPECT_EQ(frame.unknown_kinds, 1U);
@@ -98,14 +101,14 @@ TEST(FrameCodec, GivenAnUnknownKind_WhenDecoded_ThenItIsSteppedOverAndCounted)
 TEST(FrameCodec, GivenAnUnknownKindThatIsNumbered_WhenDecoded_ThenItsSourceAndNumberAreKept)
 {
     Bytes bytes = encode({example});
-    bytes[12] = numbered_kind_max;
+    bytes[message_at] = numbered_kind_max;
     Frame frame;
     ASSERT_TRUE(decode_frame(bytes, frame));
     EXPECT_EQ(frame.unknown_kinds, 1U);
     ASSERT_EQ(frame.messages.size(), 1U);
     EXPECT_EQ(frame.messages[0].kind, Kind::numbered);
     EXPECT_EQ(frame.messages[0].sequence, example.sequence);
-    bytes[12] = numbered_kind_max + 1;
+    bytes[message_at] = numbered_kind_max + 1;
     ASSERT_TRUE(decode_frame(bytes, frame));
     EXPECT_THAT(frame.messages, IsEmpty());
 }

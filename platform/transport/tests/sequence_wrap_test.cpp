@@ -18,6 +18,8 @@ constexpr std::uint32_t last_but_two = 0xFFFF'FFFD;
 TEST(SequenceWrap, GivenASourceNearTheTurn_WhenItGoesOnAndEnds_ThenNothingIsLostAndNumbersGoOn)
 {
     const auto sending = test::make_context();
+    test::WatchedSource before{sending, "WRAP.B"};
+    test::send(before.source, "x"); // who hears a stream from its start knows what its sources begin with
     const auto hearing = test::make_context();
     test::Recorder recorder;
     const auto receiver = test::make_receiver(hearing, "WRAP.A", recorder);

@@ -100,11 +100,12 @@ TEST_F(SourceTrackerTest, GivenAClosedSource_WhenItsContextLivesOn_ThenItDoesNot
 
 TEST_F(SourceTrackerTest, GivenMoreClosedSourcesThanMayBeOpen_WhenAnotherComes_ThenItBegins)
 {
+    next_source = 2 * sources_per_context_max;
     for (std::uint32_t i = 0; i <= sources_per_context_max; ++i) {
-        tracker.frame(stream, 1, {i, {{Kind::close, i, 0, "T", {}, {}}}, 0}, now);
+        tracker.frame(stream, 1, {unheard + i, next_source, {{Kind::close, i, 0, "T", {}, {}}}, 0}, now);
     }
     const auto next = static_cast<std::uint32_t>(sources_per_context_max) + 1;
-    tracker.frame(stream, 1, {next, {{Kind::data, next, 0, "T", {}, "x"}}, 0}, now);
+    tracker.frame(stream, 1, {unheard + next, next_source, {{Kind::data, next, 0, "T", {}, "x"}}, 0}, now);
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x"));
     EXPECT_EQ(tracker.refused(), 0U);
 }

@@ -20,9 +20,10 @@ constexpr std::size_t count = 500; // a multiple of what a window takes
 /// Sends to a process that hears and then stands still.
 class StoppedListener : public testing::Test {
 protected:
-    explicit StoppedListener(const std::string& close_wait_ms = "10000")
-        : ctx(test::make_context({{"lease_ms", std::to_string(lease_ms)}, {"close_wait_ms", close_wait_ms}}))
+    explicit StoppedListener(test::OptionList options = {})
     {
+        options.emplace_back("lease_ms", std::to_string(lease_ms));
+        ctx = test::make_context(options);
     }
 
     void connect(test::WatchedSource& source, const std::string& topic) const
@@ -44,6 +45,14 @@ protected:
         return sent;
     }
 
+    /// 2,000 messages, each in a frame of its own.
+    void send_more_than_is_kept(const test::WatchedSource& source) const
+    {
+        for (std::size_t i = 0; i < 2'000; ++i) {
+            test::check(lbm_src_send(source.source.get(), payload.data(), 4'000, LBM_MSG_FLUSH | LBM_SRC_NONBLOCK));
+        }
+    }
+
     /// What the process says while the context is deleted.
     std::string deletion()
     {
@@ -61,7 +70,7 @@ template <int close_wait_ms>
 class StoppedListenerAtTheEnd : public StoppedListener {
 protected:
     StoppedListenerAtTheEnd()
-        : StoppedListener(std::to_string(close_wait_ms))
+        : StoppedListener(test::OptionList{{"close_wait_ms", std::to_string(close_wait_ms)}})
     {
     }
 };
@@ -86,13 +95,26 @@ TEST_F(StoppedListener, GivenASourceThatLosesSmallMessages_WhenTheListenerGoesOn
     auto source =
         std::make_unique<test::WatchedSource>(ctx, "FULL.S", nullptr, test::OptionList{{"when_full", "lose"}});
     connect(*source, "FULL.S");
-    for (std::size_t i = 0; i < 2'000; ++i) { // each in a frame of its own, more than are kept
-        test::check(lbm_src_send(source->source.get(), payload.data(), 4'000, LBM_MSG_FLUSH | LBM_SRC_NONBLOCK));
-    }
+    send_more_than_is_kept(*source);
     peer->signal(SIGCONT);
     source.reset();
     peer->tell("accounts FULL.S 2001");
     peer->tell("loses FULL.S 1");
+}
+
+TEST_F(StoppedListener, GivenASourceThatLosesComesMeanwhile_WhenTheListenerGoesOn_ThenItsAccountIsFromTheFirstMessage)
+{
+    peer->tell("receive FULL.X");
+    test::WatchedSource heard{ctx, "FULL.A", nullptr, test::OptionList{{"when_full", "lose"}}};
+    connect(heard, "FULL.A");
+    send_more_than_is_kept(heard); // what the listener's socket takes is of these
+    auto source =
+        std::make_unique<test::WatchedSource>(ctx, "FULL.X", nullptr, test::OptionList{{"when_full", "lose"}});
+    send_more_than_is_kept(*source);
+    peer->signal(SIGCONT);
+    source.reset();
+    peer->tell("accounts FULL.X 2000");
+    peer->tell("loses FULL.X 1");
 }
 
 TEST_F(StoppedListener, GivenASourceThatWaits_WhenTheWindowIsFull_ThenItIsRefusedAndNothingIsLost)

@@ -152,5 +152,27 @@ TEST_F(Stops, ReceiverStoppedBesideLosingSources)
     }
 }
 
+// What the receiver missed includes their first messages.
+TEST_F(Stops, SourcesComeWhileTheirReceiverIsStopped)
+{
+    FaultProcess& listener = start_listener(patient);
+    FaultProcess& publisher = start_publisher(with(patient, {{"send_window_bytes", "262144"}}), "when_full=lose");
+    publisher.tell("flow 1 5");
+    await_progress(listener, publisher);
+    publisher.tell("halt");
+    listener.child().stop();
+    publisher.tell("push 8000"); // what the receiver's socket takes is of these
+    publisher.tell("open FA.0 2 when_full=lose");
+    publisher.tell("push 8000");
+    publisher.tell("close");
+    listener.child().signal(SIGCONT);
+    await_ends(listener, publisher);
+    const Account account = balance({&listener});
+    expect_one_life_each(account, sources_each + 2);
+    EXPECT_TRUE(heard_from_the_start(listener, publisher));
+    EXPECT_EQ(account.died, 0U);
+    EXPECT_GT(listener.heard(publisher, sources_each)->lost, 0U) << "more was sent than is kept for it";
+}
+
 } // namespace
 } // namespace test

@@ -99,7 +99,7 @@ qx::transport::Bytes frame_of(std::string_view topic, std::uint32_t source, std:
 {
     qx::transport::FrameBuilder frame{1'024};
     frame.add({qx::transport::Kind::data, source, sequence, topic, {}, "forged"});
-    return frame.finish(sequence);
+    return frame.finish(sequence, source + 1);
 }
 
 } // namespace test

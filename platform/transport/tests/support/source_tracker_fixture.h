@@ -40,15 +40,15 @@ class SourceTrackerTest : public ::testing::Test {
 protected:
     static WireMessage data(std::uint32_t sequence) { return {Kind::data, 7, sequence, "T", {}, "x"}; }
     static WireMessage close(std::uint32_t sequence) { return {Kind::close, 7, sequence, "T", {}, {}}; }
-    static CatalogueEntry closed_entry(std::uint32_t next, std::uint64_t frames)
+    CatalogueEntry closed_entry(std::uint32_t next, std::uint64_t frames) const
     {
-        return {false, 7, 0, next, frames, "T"};
+        return {false, 7, 0, next, unheard + frames, "T"};
     }
     static WireMessage sync(std::uint32_t sequence) { return {Kind::sync, 7, sequence, "T", {}, {}}; }
 
     void frame(std::uint64_t stream_sequence, std::vector<WireMessage> messages, SourceTracker::ReaderId reader = 1)
     {
-        tracker.frame(stream, reader, {stream_sequence, std::move(messages), 0}, now);
+        tracker.frame(stream, reader, {unheard + stream_sequence, next_source, std::move(messages), 0}, now);
     }
     void page(std::initializer_list<CatalogueEntry> entries)
     {
@@ -74,7 +74,9 @@ protected:
     Log log;
     SourceTracker tracker{log};
     Clock::time_point now{std::chrono::hours{1}};
+    std::uint64_t unheard = 10; ///< frames of the stream that went before those told of here
     std::uint64_t busy_frame = 0;
+    std::uint32_t next_source = 100; ///< as frames say: all of the sources here are older
 };
 
 } // namespace qx::transport::test
