@@ -6,7 +6,6 @@
 
 #include "context_warnings.h"
 #include "deadline.h"
-#include "security.h"
 
 namespace qx::transport {
 namespace {
@@ -24,27 +23,16 @@ AnswerPolicy answer_policy(const Options& options)
             std::chrono::milliseconds{options.get_integer("lease_ms")}};
 }
 
-ParticipantKey key_of(const DdsEntity& participant)
-{
-    dds_guid_t guid{};
-    check_dds(dds_get_guid(participant.get(), &guid), "dds_get_guid");
-    ParticipantKey key{};
-    std::ranges::copy(guid.v, key.begin());
-    return key;
-}
-
 } // namespace
 
 Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
-    , participant_(make_participant(domain_.id(), SecurityFiles{settings_.options}))
-    , id_(ContextId::make(settings_.options.get_text("interface"), key_of(participant_)))
     , counters_(make_counters())
-    , publisher_(participant_.get(), id_, flush_policy(settings_.options), domain_.flusher(), counters_)
-    , responder_(
-          std::make_shared<Responder>(participant_.get(), id_, answer_policy(settings_.options), domain_.flusher()))
-    , subscriber_(participant_.get(), id_,
+    , publisher_(domain_.participant(), domain_.user(), flush_policy(settings_.options), domain_.flusher(), counters_)
+    , responder_(std::make_shared<Responder>(domain_.participant(), domain_.user(), answer_policy(settings_.options),
+                                             domain_.flusher()))
+    , subscriber_(domain_.participant(), domain_.user(),
                   static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_,
                   counters_, FaultPolicy{settings_.options})
 {

@@ -1,4 +1,4 @@
-/// A context: one participant with its sending and receiving halves.
+/// A context: its sending and its receiving half.
 #pragma once
 
 #include <condition_variable>
@@ -46,8 +46,6 @@ public:
 private:
     ContextSettings settings_;
     DomainUse domain_;
-    DdsEntity participant_;
-    ContextId id_;
     std::shared_ptr<Counters> counters_;
     Publisher publisher_;
     std::shared_ptr<Responder> responder_;

@@ -12,18 +12,32 @@
 namespace qx::transport {
 namespace {
 
+ParticipantKey key_of(const DdsEntity& participant)
+{
+    dds_guid_t guid{};
+    check_dds(dds_get_guid(participant.get(), &guid), "dds_get_guid");
+    ParticipantKey key{};
+    std::ranges::copy(guid.v, key.begin());
+    return key;
+}
+
 struct Domain {
     explicit Domain(const DomainSettings& s)
         : settings(s)
         , entity(dds_create_domain(s.id, domain_xml(s).c_str()), "dds_create_domain")
+        , participant(make_participant(s.id, s.security))
+        , key(key_of(participant))
     {
     }
 
     DomainSettings settings;
     EngineLife life;
     DdsEntity entity;
+    DdsEntity participant;
+    ParticipantKey key;
     Flusher flusher;
     std::size_t uses = 0;
+    std::uint32_t users = 0; ///< ever
 };
 
 struct Registry {
@@ -176,8 +190,9 @@ DomainUse::DomainUse(const DomainSettings& settings)
                              "fault_transmit_loss_permille; they must agree");
     }
     ++r.domain->uses;
-    id_ = r.domain->settings.id;
+    participant_ = r.domain->participant.get();
     flusher_ = &r.domain->flusher;
+    user_ = ContextId::make(settings.interface, r.domain->key, r.domain->users++);
 }
 
 DomainUse::~DomainUse()

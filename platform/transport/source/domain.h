@@ -1,4 +1,6 @@
-/// The process's one connection to the engine.
+/// The process's one connection to the engine: a domain and one participant, which all contexts share. The engine asks
+/// for what others have through one participant of a process, and forgets to ask again when that one is deleted before
+/// it has the answer: with a participant each, a context that goes could leave the others deaf.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +10,7 @@
 #include <dds/dds.h>
 
 #include "flusher.h"
+#include "ids.h"
 #include "options.h"
 #include "security.h"
 
@@ -35,7 +38,8 @@ struct DomainSettings {
 std::string domain_xml(const DomainSettings& settings);
 
 /// Keeps the domain alive: the first use creates it, the last one deletes it, so that a process may join another
-/// domain later. Throws TransportError: LBM_EOP when other settings are in use, LBM_EOS when the engine refuses.
+/// domain later. Throws TransportError: LBM_EOP when other settings are in use, LBM_EOS when the engine refuses, and as
+/// `make_participant`.
 /// Threads   any.
 class DomainUse {
 public:
@@ -44,12 +48,15 @@ public:
     DomainUse(const DomainUse&) = delete;
     DomainUse& operator=(const DomainUse&) = delete;
 
-    dds_domainid_t id() const noexcept { return id_; }
+    dds_entity_t participant() const noexcept { return participant_; }
     Flusher& flusher() const noexcept { return *flusher_; }
+    /// Names the user among all that the process has or had; no other use gets the same.
+    const ContextId& user() const noexcept { return user_; }
 
 private:
-    dds_domainid_t id_;
+    dds_entity_t participant_;
     Flusher* flusher_;
+    ContextId user_;
 };
 
 } // namespace qx::transport

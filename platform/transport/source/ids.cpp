@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <span>
 
 #include "network_interface.h"
@@ -27,26 +28,32 @@ std::uint32_t big_endian(std::span<const std::uint8_t, 4> in)
 
 /// Of a participant's key the first four bytes tell the engine's maker, or the identity alone, and the last four the
 /// kind.
-std::span<const std::uint8_t, 8> distinctive(const ParticipantKey& participant)
+std::uint64_t distinctive(const ParticipantKey& participant)
 {
-    return std::span{participant}.subspan<4, 8>();
+    const std::span<const std::uint8_t, 16> key{participant};
+    return std::uint64_t{big_endian(key.subspan<4, 4>())} << 32U | big_endian(key.subspan<8, 4>());
 }
 
 } // namespace
 
-ContextId ContextId::make(const std::string& interface, const ParticipantKey& participant)
+ContextId ContextId::make(const std::string& interface, const ParticipantKey& participant, std::uint32_t number)
 {
+    const std::uint64_t context = distinctive(participant) + number;
     ContextId id;
     const std::span<std::uint8_t, 16> bytes{id.bytes};
     put_big_endian(bytes.subspan<0, 4>(), ipv4_of_interface(interface));
     put_big_endian(bytes.subspan<4, 4>(), static_cast<std::uint32_t>(getpid()));
-    std::ranges::copy(distinctive(participant), bytes.subspan<8>().begin());
+    put_big_endian(bytes.subspan<8, 4>(), static_cast<std::uint32_t>(context >> 32U));
+    put_big_endian(bytes.subspan<12, 4>(), static_cast<std::uint32_t>(context));
     return id;
 }
 
 bool ContextId::is_of(const ParticipantKey& participant) const noexcept
 {
-    return std::ranges::equal(std::span{bytes}.subspan<8>(), distinctive(participant));
+    const std::span<const std::uint8_t, 16> id{bytes};
+    const std::uint64_t context =
+        std::uint64_t{big_endian(id.subspan<8, 4>())} << 32U | big_endian(id.subspan<12, 4>());
+    return context - distinctive(participant) <= std::numeric_limits<std::uint32_t>::max();
 }
 
 std::string context_text(const ContextId& context)

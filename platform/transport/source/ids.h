@@ -15,12 +15,13 @@ namespace qx::transport {
 using ParticipantKey = std::array<std::uint8_t, 16>;
 
 /// One context of one process run. The first four bytes are the sender's IPv4 address, the next four its process id
-/// (both big-endian), so that a person can see where a message came from; the rest is its participant's: no two runs
-/// share an id, and a receiver can see whether a packet is from whom it says.
+/// (both big-endian), so that a person can see where a message came from; the rest is its process's participant's, plus
+/// the context's number in the process: no two runs share an id, and a receiver can see whether a packet is from whom
+/// it says.
 struct ContextId {
     std::array<std::uint8_t, 16> bytes{};
 
-    static ContextId make(const std::string& interface, const ParticipantKey& participant);
+    static ContextId make(const std::string& interface, const ParticipantKey& participant, std::uint32_t number);
     bool is_of(const ParticipantKey& participant) const noexcept;
     bool operator==(const ContextId&) const = default;
 };

@@ -24,7 +24,7 @@ constexpr const char* access_control_path = "dds.sec.access.library.path";
 class Hostile {
 public:
     Hostile(const Options& options, const char* plugin)
-        : domain_(DomainSettings{options})
+        : domain_(dds_create_domain(0, domain_xml(DomainSettings{options}).c_str()), "dds_create_domain")
         , peer_(participant(SecurityFiles{options}, plugin))
     {
     }
@@ -56,7 +56,7 @@ private:
         return check_dds(dds_create_participant(0, qos.get(), nullptr), "dds_create_participant");
     }
 
-    DomainUse domain_;
+    DdsEntity domain_; ///< without the transport's participant: a process's first decides whose plug-ins it has
     test::HandmadePeer peer_;
     dds_entity_t guarded_ = peer_.writer(frames_topic, {"t:TRIAGE"});
     dds_entity_t any_ = peer_.writer(frames_topic, {"*"});

@@ -144,4 +144,19 @@ TEST(Processes, GivenALongStandingSource_WhenAReceiverJoinsLater_ThenItGetsBosAn
     EXPECT_EQ(losses(recorder), 0U);
 }
 
+// Where contexts do not share what they ask the engine's peers for, the one that asked takes the answer with it.
+TEST(Processes, GivenAProcessJustComes_WhenTheFirstOfTwoContextsIsDeleted_ThenTheOtherHearsTheProcess)
+{
+    for (int round = 0; round < 10; ++round) {
+        auto first = make_listening_context(long_lease_ms);
+        const auto second = make_listening_context(long_lease_ms);
+        test::Recorder recorder;
+        const auto receiver = test::make_receiver(second, "PROC.H", recorder);
+        const auto peer = test::start_peer(long_lease_ms);
+        peer->tell("source PROC.H");
+        first.reset();
+        ASSERT_NO_FATAL_FAILURE(connect(*peer, "PROC.H", recorder)) << "round " << round;
+    }
+}
+
 } // namespace

@@ -39,7 +39,7 @@ qx::transport::ContextId HandmadePeer::context() const
     made(dds_get_guid(participant_, &guid), "dds_get_guid");
     qx::transport::ParticipantKey key{};
     std::ranges::copy(guid.v, key.begin());
-    return qx::transport::ContextId::make("lo", key);
+    return qx::transport::ContextId::make("lo", key, 0);
 }
 
 dds_entity_t HandmadePeer::writer(const char* topic, const std::vector<std::string>& partitions) const

@@ -58,7 +58,6 @@ int send(lbm_response& to, const std::string& payload, const SendWait& wait)
 
 ResponderTest::ResponderTest()
     : domain(own_domain())
-    , participant(dds_create_participant(domain.id(), nullptr, nullptr), "dds_create_participant")
 {
 }
 
@@ -71,7 +70,7 @@ ResponderTest::~ResponderTest()
 
 std::shared_ptr<Responder> ResponderTest::make(std::size_t window, std::chrono::milliseconds lease, WriterLimits limits)
 {
-    return made.emplace_back(std::make_shared<Responder>(participant.get(), ContextId{}, AnswerPolicy{window, lease},
+    return made.emplace_back(std::make_shared<Responder>(domain.participant(), ContextId{}, AnswerPolicy{window, lease},
                                                          domain.flusher(), limits));
 }
 

@@ -43,10 +43,9 @@ protected:
 
     std::shared_ptr<qx::transport::Responder> make(std::size_t window, std::chrono::milliseconds lease = endless,
                                                    qx::transport::WriterLimits limits = {});
-    HearingEnd hear(std::size_t requester) const { return {participant.get(), made_up(requester)}; }
+    HearingEnd hear(std::size_t requester) const { return {domain.participant(), made_up(requester)}; }
 
     qx::transport::DomainUse domain;
-    qx::transport::DdsEntity participant;
     std::vector<std::shared_ptr<qx::transport::Responder>> made;
     Recorder clock; ///< waits with a deadline
 };
