@@ -229,6 +229,24 @@ protected:
         running[slot] = &process;
     }
 
+    bool is_heard_by_others(unsigned slot) const
+    {
+        return std::all_of(running.begin(), running.end(), [&](const FaultProcess* other) {
+            const Heard* const heard = other->heard(*running[slot], 0);
+            return other == running[slot] || (heard != nullptr && heard->delivered > 0);
+        });
+    }
+
+    /// Since they started: more than the leaver could still have repeated, since nobody counted when it came.
+    std::uint64_t packets_dropped_at_others(unsigned slot) const
+    {
+        std::uint64_t dropped = 0;
+        for (unsigned other = 0; other < slots; ++other) {
+            dropped += other == slot ? 0 : packets_dropped(running[other]->pid());
+        }
+        return dropped;
+    }
+
     template <class Visit>
     void for_each_pair(Visit visit)
     {
@@ -251,8 +269,10 @@ TEST_F(RestartStorm, RestartStormOf16Processes)
     std::mt19937 random{16};
     for (unsigned restart = 0; restart < restarts; ++restart) {
         const auto slot = static_cast<unsigned>(random() % slots);
-        gone.push_back(running[slot]);
-        leave(static_cast<unsigned>(random()), *running[slot]);
+        FaultProcess& leaver = *gone.emplace_back(running[slot]);
+        leaver.known_to_all = is_heard_by_others(slot);
+        leave(static_cast<unsigned>(random()), leaver);
+        leaver.unrepeated = packets_dropped_at_others(slot);
         start_in(slot);
     }
     for_each_pair([](const FaultProcess& listener, const FaultProcess& sender) { await_progress(listener, sender); });

@@ -33,8 +33,10 @@ public:
     /// How it heard a source of the sender, whose sources have numbers from 0; null if it did not.
     const Heard* heard(const FaultProcess& sender, std::uint32_t source) const;
 
-    /// Packets that the kernel threw away at its receiver while it was killed: it cannot send them again.
+    /// Packets that the kernel threw away at its receivers before it was killed: it cannot send them again.
     std::uint64_t unrepeated = 0;
+    /// Whether all its receivers heard it before it was killed: what the engine sends until then it may have to repeat.
+    bool known_to_all = true;
 
 private:
     std::string name_;
