@@ -146,10 +146,7 @@ std::optional<SteadyClock::time_point> AnswerWriter::flush() noexcept
 {
     const std::lock_guard lock{mutex_};
     armed_ = false;
-    if (stopped_) {
-        return std::nullopt;
-    }
-    write_waiting();
+    write_waiting(); // also when stopped: what was accepted goes out until the end
     if (waiting_.empty()) {
         return std::nullopt;
     }

@@ -71,6 +71,17 @@ TEST_F(ResponderTest, GivenAnswersThatWait_WhenTheirRequesterIsFound_ThenItGetsT
     EXPECT_EQ(send(*handle, "x", without_limit), 0);
 }
 
+// A context that is deleted waits for its messages' receivers first, and the requester may have left by then.
+TEST_F(ResponderTest, GivenAnAnswerThatWaits_WhenTheResponderIsStopped_ThenARequesterThatIsFoundGetsIt)
+{
+    const auto responder = make(2);
+    const auto handle = responder->handle_for(made_up(0), 1);
+    EXPECT_EQ(send(*handle), 0);
+    responder->stop();
+    const auto end = hear(0);
+    EXPECT_TRUE(clock.wait([&] { return end.take() == 1; }));
+}
+
 TEST_F(ResponderTest, GivenAFullWindow_WhenAnotherRequesterIsAnswered_ThenThatIsNotHeldUp)
 {
     const auto responder = make(1);

@@ -14,6 +14,7 @@
 
 namespace qx::transport::test {
 
+/// What the tracker tells, a line each: "<what> <topic> <numbers>".
 class Log : public SourceEvents {
 public:
     void begun(const SourcePtr& s, std::uint32_t next) override { add("begun", s) += " " + std::to_string(next); }
