@@ -232,8 +232,8 @@ void Intake::drain_all(std::size_t batches)
     if (faults_) {
         faults_->let_go_due(now);
     }
-    for (const ParticipantKey& participant : senders_.take_gone()) {
-        tracker_.participant_gone(participant, now);
+    for (const ContextId& context : senders_.take_gone()) {
+        tracker_.context_gone(context, now);
     }
     tracker_.tick(now);
     counters_.copies_dropped.raise_to(tracker_.duplicates());
@@ -303,12 +303,11 @@ void Intake::tell(const std::shared_ptr<SourceWatch>& source, bool connected)
 /// Null, and counted, unless it is from whom it says.
 const Sender* Intake::sender_of(const Arrival& arrival)
 {
-    const Sender* const sender = senders_.find(arrival.writer);
-    if (sender != nullptr && arrival.context.is_of(sender->participant)) {
-        return sender;
+    const Sender* const sender = senders_.find(arrival.writer, arrival.context);
+    if (sender == nullptr) {
+        counters_.packets_refused.add();
     }
-    counters_.packets_refused.add();
-    return nullptr;
+    return sender;
 }
 
 Inlet::Left Intake::drain_catalogue()

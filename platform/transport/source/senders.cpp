@@ -55,20 +55,24 @@ Senders::Senders(dds_entity_t participant)
 {
 }
 
-const Sender* Senders::find(dds_instance_handle_t writer)
+const Sender* Senders::find(dds_instance_handle_t writer, const ContextId& context)
 {
     auto found = senders_.find(writer);
     if (found == senders_.end()) {
         refresh(SteadyClock::now()); // the engine tells of a writer before it gives anything of it
         found = senders_.find(writer);
     }
-    if (found == senders_.end()) {
+    if (found == senders_.end() || !context.is_of(found->second.participant)) {
         return nullptr;
     }
-    if (found->second.gone_since) {
-        bereft_.insert(found->second.participant); // a late packet may begin anew what has ended, and must not last
+    Sender& sender = found->second;
+    if (!sender.context) {
+        sender.context = context;
     }
-    return &found->second;
+    if (sender.gone_since) {
+        bereft_.insert(context); // a late packet may begin anew what has ended, and must not last
+    }
+    return *sender.context == context ? &sender : nullptr;
 }
 
 void Senders::refresh(SteadyClock::time_point now)
@@ -85,7 +89,7 @@ void Senders::refresh(SteadyClock::time_point now)
             const auto known = senders_.find(handle);
             if (infos[i].instance_state != DDS_ALIVE_INSTANCE_STATE && known != senders_.end()) {
                 known->second.gone_since = now;
-                bereft_.insert(known->second.participant);
+                note_bereft(known->second);
             }
         }
         dds_return_loan(publications_.get(), loans.data(), taken);
@@ -94,16 +98,24 @@ void Senders::refresh(SteadyClock::time_point now)
     forget(now);
 }
 
-std::set<ParticipantKey> Senders::take_gone()
+/// Of one that never spoke nobody knows whose it was, and there is nothing of it to end.
+void Senders::note_bereft(const Sender& sender)
 {
-    std::set<ParticipantKey> gone;
+    if (sender.context) {
+        bereft_.insert(*sender.context);
+    }
+}
+
+std::unordered_set<ContextId> Senders::take_gone()
+{
+    std::unordered_set<ContextId> gone;
     gone.swap(bereft_);
     if (gone.empty()) {
         return gone;
     }
     for (const auto& [handle, sender] : senders_) {
-        if (!sender.gone_since) {
-            gone.erase(sender.participant);
+        if (!sender.gone_since && sender.context) {
+            gone.erase(*sender.context);
         }
     }
     return gone;

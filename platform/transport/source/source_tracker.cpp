@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "topic_name.h"
+
 namespace qx::transport {
 namespace {
 
@@ -38,7 +40,7 @@ bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader
     if (stream.handed_over) {
         take_over(context, id, frame);
     }
-    stream.owner = reader;
+    stream.owner = stream.last_owner = reader;
     stream.last = sequence;
     return true;
 }
@@ -56,6 +58,7 @@ void SourceTracker::take_over(Context& context, const StreamId& id, const Frame&
     for (auto& [number, entry] : context.sources) {
         if (entry.stream == id.number) {
             entry.next.reset();
+            entry.heard = false;
         }
     }
 }
@@ -66,25 +69,41 @@ void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& fram
     if (!accept(context, id, reader, frame)) {
         return;
     }
-    context.streams[id.number].active = now;
+    Stream& heard = context.streams[id.number];
+    heard.active = now;
+    if (heard.token.empty() && !frame.messages.empty()) {
+        heard.token = first_token(frame.messages.front().topic);
+    }
     for (const WireMessage& m : frame.messages) {
         message(context, id, m, now);
     }
 }
 
-bool SourceTracker::owes_all(const Context& context, std::uint32_t stream, std::uint32_t source)
+/// A page may list what it likes: only what its stream could carry is owed.
+bool SourceTracker::owes_all(const Context& context, std::uint32_t stream, std::uint32_t source, std::string_view topic)
 {
     const auto found = context.streams.find(stream);
     if (found == context.streams.end() || !found->second.last || found->second.handed_over) {
         return false;
     }
-    return source >= found->second.owing_from;
+    return source >= found->second.owing_from && first_token(topic) == found->second.token;
+}
+
+/// Numbers wrap. Of what is owed from 0 on the first number heard is ahead, however high it is: it is no copy.
+bool SourceTracker::has_passed(const Entry& entry, std::uint32_t sequence)
+{
+    return entry.heard && ahead(sequence, *entry.next) < 0;
+}
+
+bool SourceTracker::has_skipped(const Entry& entry, std::uint32_t sequence)
+{
+    return entry.next && (entry.heard ? ahead(sequence, *entry.next) > 0 : sequence != *entry.next);
 }
 
 void SourceTracker::message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now)
 {
     if (m.kind == Kind::close && context.sources.find(m.source) == context.sources.end() &&
-        !owes_all(context, stream.number, m.source)) {
+        !owes_all(context, stream.number, m.source, m.topic)) {
         // Older than what is heard here, or ended already: no beginning is needed to have an end, only a mark against
         // older news.
         close(context, m.source, now);
@@ -92,6 +111,9 @@ void SourceTracker::message(Context& context, const StreamId& stream, const Wire
     }
     Entry* entry = live(context, {stream.context, m.source}, stream.number, m.topic, m.sequence);
     if (entry == nullptr) {
+        if (m.kind == Kind::close) {
+            context.closed.insert(m.source); // refused for want of room, and not to begin for its end
+        }
         return;
     }
     if (m.topic != entry->source->topic) {
@@ -129,7 +151,7 @@ SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, 
         found = context.sources.try_emplace(id.number).first;
     }
     Entry& entry = found->second;
-    if (!entry.next && owes_all(context, stream, id.number)) {
+    if (!entry.next && owes_all(context, stream, id.number, topic)) {
         entry.next = 0;
     }
     if (entry.open()) {
@@ -144,7 +166,7 @@ SourceTracker::Entry* SourceTracker::live(Context& context, const SourceId& id, 
 
 void SourceTracker::data(Entry& entry, const WireMessage& m)
 {
-    if (entry.next && ahead(m.sequence, *entry.next) < 0) {
+    if (has_passed(entry, m.sequence)) {
         ++duplicates_;
         return;
     }
@@ -157,12 +179,13 @@ void SourceTracker::data(Entry& entry, const WireMessage& m)
 
 void SourceTracker::advance(Entry& entry, std::uint32_t sequence)
 {
-    if (entry.next && ahead(sequence, *entry.next) > 0) {
+    if (has_skipped(entry, sequence)) {
         out_.lost(entry.source, *entry.next, sequence - 1);
     }
-    if (!entry.next || ahead(sequence, *entry.next) > 0) {
+    if (!has_passed(entry, sequence)) {
         entry.next = sequence;
     }
+    entry.heard = true;
 }
 
 void SourceTracker::lose(Entry& entry, Clock::time_point now)
@@ -215,7 +238,8 @@ void SourceTracker::reader_gone(ReaderId reader, bool last)
     for (auto& [id, context] : contexts_) {
         for (auto& [number, stream] : context.streams) {
             stream.copies.erase(reader);
-            if (stream.owner == reader || (last && !stream.owner)) {
+            const bool was_the_last_here = !stream.owner && stream.last_owner == reader && stream.copies.empty();
+            if (stream.owner == reader || was_the_last_here || (last && !stream.owner)) {
                 stream.owner.reset();
                 stream.handed_over = true;
             }
@@ -267,10 +291,10 @@ bool SourceTracker::went_on_unheard(const Context& context, const CatalogueEntry
 {
     const auto found = context.sources.find(closed.source);
     if (found == context.sources.end()) {
-        return owes_all(context, closed.stream, closed.source);
+        return owes_all(context, closed.stream, closed.source, closed.topic);
     }
     const Entry& entry = found->second;
-    return !entry.open() && entry.next && ahead(closed.final_sequence, *entry.next) > 0;
+    return !entry.open() && has_skipped(entry, closed.final_sequence);
 }
 
 void SourceTracker::page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now)
@@ -282,17 +306,16 @@ void SourceTracker::page_gone(const ContextId& id, std::uint32_t page, Clock::ti
     context.pages.erase(page);
 }
 
-void SourceTracker::participant_gone(const ParticipantKey& participant, Clock::time_point now)
+void SourceTracker::context_gone(const ContextId& id, Clock::time_point now)
 {
-    for (auto& [id, context] : contexts_) {
-        if (!id.is_of(participant)) {
-            continue;
-        }
-        for (const auto& [number, entry] : context.sources) {
-            start_ending(id, number, now);
-        }
-        context.pages.clear();
+    const auto found = contexts_.find(id);
+    if (found == contexts_.end()) {
+        return;
     }
+    for (const auto& [number, entry] : found->second.sources) {
+        start_ending(id, number, now);
+    }
+    found->second.pages.clear();
 }
 
 void SourceTracker::start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now, bool unlisted)

@@ -3,15 +3,14 @@
 ///
 /// Ends      a close message; `end_grace` after a closed catalogue entry once all that the source said has come or can
 ///           come no more, else when its stream has been quiet for `repair_grace`; once its stream has been quiet for
-///           `end_grace` after its page is gone or all of the sender's participant is, or after its page lists it no
+///           `end_grace` after its page is gone or all of the sender's context is, or after its page lists it no
 ///           more, and then after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
 /// Losses    follow from the sequence numbers alone. Who hears a stream from its first frame is owed all that its
-/// sources
-///           send; who comes later, all of the sources that were opened after the first frame heard, be it that only
-///           their end is heard of. Of older ones what they sent before their first message here is no loss. Where no
-///           reader heard a stream for a while, its next frame counts as the first.
+///           sources send; who comes later, all of the sources that were opened after the first frame heard, be it that
+///           only their end is heard of. Of older ones what they sent before their first message here is no loss. Where
+///           no reader heard a stream for a while, its next frame counts as the first.
 /// Copies    the same stream may be seen by several readers: the first is its owner and the others' copies are dropped.
 /// Threads   not synchronised.
 #pragma once
@@ -21,6 +20,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -76,8 +76,8 @@ public:
 
     void page(const ContextId& id, std::uint32_t page, std::span<const CatalogueEntry> entries, Clock::time_point now);
     void page_gone(const ContextId& id, std::uint32_t page, Clock::time_point now);
-    /// Nothing of the participant is there any more, whatever others keep alive in its name.
-    void participant_gone(const ParticipantKey& participant, Clock::time_point now);
+    /// Nothing of the context is there any more, whatever others keep alive in its name.
+    void context_gone(const ContextId& id, Clock::time_point now);
 
     /// Ends sources whose grace is over and forgets what is old. Call it at `next_due`, or more often.
     void tick(Clock::time_point now);
@@ -96,6 +96,7 @@ private:
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
         std::optional<std::uint32_t> next;             ///< the sequence number that comes next, once one is known
+        bool heard = false;                            ///< some number of it
         std::optional<LastWord> last_word;             ///< as a closed catalogue entry told it
         std::optional<Clock::time_point> ending_since; ///< waits for the stream to be quiet
         Clock::time_point lost_at{};
@@ -104,6 +105,8 @@ private:
     };
     struct Stream {
         std::optional<ReaderId> owner;
+        std::optional<ReaderId> last_owner;       ///< also when the sender is lost
+        std::string token;                        ///< that its topics begin with; once one is known
         std::optional<std::uint64_t> last;        ///< frame that was accepted
         std::uint32_t owing_from = 0;             ///< the number that sources have which were heard from the first
         std::map<ReaderId, std::uint64_t> copies; ///< the latest that each reader beside the owner has brought
@@ -129,7 +132,9 @@ private:
 
     bool accept(Context& context, const StreamId& id, ReaderId reader, const Frame& frame);
     static void take_over(Context& context, const StreamId& id, const Frame& frame);
-    static bool owes_all(const Context& context, std::uint32_t stream, std::uint32_t source);
+    static bool owes_all(const Context& context, std::uint32_t stream, std::uint32_t source, std::string_view topic);
+    static bool has_passed(const Entry& entry, std::uint32_t sequence);
+    static bool has_skipped(const Entry& entry, std::uint32_t sequence);
     Entry* live(Context& context, const SourceId& id, std::uint32_t stream, std::string_view topic, std::uint32_t next);
     void message(Context& context, const StreamId& stream, const WireMessage& m, Clock::time_point now);
     void data(Entry& entry, const WireMessage& m);

@@ -190,16 +190,18 @@ TEST_F(Forgery, GivenAWriterThatIsGone_WhenItsPacketsAreLookedAt_ThenItIsStillKn
 {
     Senders senders{peer.participant()};
     dds_instance_handle_t handle = 0;
+    ContextId context;
     {
         const test::HandmadePeer short_lived;
+        context = short_lived.context();
         const dds_entity_t writer = short_lived.writer(frames_topic, {"t:OTHER"});
         ASSERT_EQ(dds_get_instance_handle(writer, &handle), DDS_RETCODE_OK);
     }
-    const Sender* const sender = senders.find(handle);
+    const Sender* const sender = senders.find(handle, context);
     ASSERT_NE(sender, nullptr);
     EXPECT_EQ(sender->token, "OTHER");
     senders.refresh(std::chrono::steady_clock::now() + 2 * gone_sender_kept);
-    EXPECT_EQ(senders.find(handle), nullptr);
+    EXPECT_EQ(senders.find(handle, context), nullptr);
 }
 
 } // namespace

@@ -134,8 +134,8 @@ TEST(Life, GivenAContextThatStays_WhenOthersComeAndGo_ThenThreadsAndDescriptorsA
     const auto staying = test::make_context();
     test::Recorder recorder;
     const auto receiver = test::make_receiver(staying, "STAYING.A", recorder);
-    // While the domain lives, the engine keeps about 400 bytes of every participant, reader and writer that it ever saw
-    // there, nine in a round; with us or without. What its gone senders sent is remembered for five minutes, in 1 kB.
+    // While the domain lives, the engine keeps about 400 bytes of every reader and writer that it ever saw there, with
+    // us or without. What its gone senders sent is remembered for five minutes, in 1 kB.
     expect_nothing_left(16'000);
 }
 

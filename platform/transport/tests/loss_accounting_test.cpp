@@ -166,7 +166,7 @@ TEST_P(LossAccounting, GivenAFaultAndNewSources_WhenTheySendAndClose_ThenTheirFi
         SCOPED_TRACE(seed);
         std::mt19937 random{seed};
         next.assign(sources, 0);
-        lost += lose_on_the_way(random, Frame{1, 0, {}, 0});
+        lost += lose_on_the_way(random, Frame{1, 0, {{Kind::sync, 0, 0, topics[0], {}, {}}}, 0});
     }
     EXPECT_EQ(lost > 0, loses());
 }

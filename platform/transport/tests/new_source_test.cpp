@@ -9,12 +9,15 @@ using namespace testing;
 
 namespace {
 
+/// Nobody here has heard of it.
+const WireMessage old_sources_close{Kind::close, 1, 0, "T", {}, {}};
+
 class NewSource : public test::SourceTrackerTest {
 protected:
     NewSource()
     {
         next_source = 7;
-        frame(0, {});
+        frame(0, {old_sources_close});
         next_source = 9;
     }
 };
@@ -77,6 +80,29 @@ TEST_F(NewSource, GivenNoReaderForAMomentWithoutFrames_WhenItIsHeard_ThenAllIsOw
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "lost T 0-1", "data T 2 x"));
 }
 
+TEST_F(NewSource, GivenItsSenderIsLost_WhenItsReaderGoesAndAnotherComesLater_ThenNothingOfThatTimeIsOwed)
+{
+    frame(1, {data(0)});
+    tracker.stream_gone(stream, 1, now);
+    tracker.reader_gone(1, false);
+    frame(9, {data(5), {Kind::data, 8, 4, "T.O", {}, "x"}}, 2);
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "data T 0 x", "ended T 1", "begun T 5", "data T 5 x", "begun T.O 4",
+                                       "data T.O 4 x"));
+}
+
+TEST_F(NewSource, GivenAPageListsATopicThatItsStreamCannotCarry_WhenItsEndIsDue_ThenNothingIsOwed)
+{
+    page({{false, 7, 0, 5, unheard + 1, "GUARDED.T"}});
+    pass(repair_grace);
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
+TEST_F(NewSource, GivenMoreThanHalfOfAllNumbersAreMissing_WhenDataComes_ThenTheyAreItsLoss)
+{
+    frame(2, {data(0x9000'0000)});
+    EXPECT_THAT(log.lines, ElementsAre("begun T 0", "lost T 0-2415919103", "data T 2415919104 x"));
+}
+
 TEST_F(NewSource, GivenItsSenderWasLostAndForgotten_WhenItReturns_ThenItBeginsWhereItIs)
 {
     page({{true, 50, 1, 0, 0, "P"}}); // of another stream, so that the context is remembered
@@ -100,9 +126,9 @@ protected:
 
 TEST_F(StreamHeardFromTheStart, GivenASourceThatWasOpenBefore_WhenItsFirstMessagesAreMissing_ThenTheyAreItsLoss)
 {
-    frame(0, {other_sources_sync()});
+    frame(0, {{Kind::sync, 8, 0, "T.O", {}, {}}});
     frame(2, {data(3)});
-    EXPECT_THAT(log.lines, ElementsAre("begun O 0", "begun T 0", "lost T 0-2", "data T 3 x"));
+    EXPECT_THAT(log.lines, ElementsAre("begun T.O 0", "begun T 0", "lost T 0-2", "data T 3 x"));
 }
 
 using ListedSource = test::SourceTrackerTest;
@@ -111,7 +137,7 @@ TEST_F(ListedSource, GivenItsStreamIsNotHeardYet_WhenItIsNewerThanTheFirstFrame_
 {
     page({open_entry});
     next_source = 7;
-    frame(0, {});
+    frame(0, {old_sources_close});
     frame(2, {data(3)});
     EXPECT_THAT(log.lines, ElementsAre("begun T 0", "lost T 0-2", "data T 3 x"));
 }

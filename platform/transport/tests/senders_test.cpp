@@ -26,12 +26,13 @@ protected:
         EXPECT_EQ(dds_get_instance_handle(writer, &handle), DDS_RETCODE_OK);
         return handle;
     }
-    const Sender* find(dds_entity_t writer) { return senders.find(handle_of(writer)); }
+    const Sender* find(dds_entity_t writer) { return senders.find(handle_of(writer), peer.context()); }
     /// One that was there, and of whose end is known.
     dds_instance_handle_t writer_that_went(SteadyClock::time_point now)
     {
         const dds_entity_t writer = peer.writer(frames_topic, {"A"});
         const dds_instance_handle_t handle = handle_of(writer);
+        find(writer);
         dds_delete(writer);
         senders.refresh(now);
         return handle;
@@ -53,25 +54,45 @@ TEST_F(SendersTest, GivenWriters_WhenAskedFor_ThenTheirParticipantsAndTokensAreK
     EXPECT_EQ(find(peer.writer("another_topic", {partition})), nullptr);
 }
 
-TEST_F(SendersTest, GivenTwoWriters_WhenTheyGo_ThenTheirParticipantIsGoneWithTheSecond)
+TEST_F(SendersTest, GivenTwoWriters_WhenTheyGo_ThenTheirContextIsGoneWithTheSecond)
 {
     const dds_entity_t first = peer.writer(frames_topic, {"A"});
     const dds_entity_t second = peer.writer(catalogue_topic, {});
+    find(first);
+    find(second);
     dds_delete(first);
     senders.refresh(SteadyClock::now());
     EXPECT_THAT(senders.take_gone(), IsEmpty());
     dds_delete(second);
     senders.refresh(SteadyClock::now());
-    EXPECT_THAT(senders.take_gone(), SizeIs(1));
+    EXPECT_THAT(senders.take_gone(), ElementsAre(peer.context()));
     EXPECT_THAT(senders.take_gone(), IsEmpty());
 }
 
+TEST_F(SendersTest, GivenTwoContextsOfAProcess_WhenTheWriterOfOneGoes_ThenThatOneIsGone)
+{
+    const dds_entity_t first = peer.writer(frames_topic, {"A"});
+    const dds_entity_t second = peer.writer(frames_topic, {"A"});
+    find(first);
+    EXPECT_NE(senders.find(handle_of(second), peer.context(1)), nullptr);
+    dds_delete(first);
+    senders.refresh(SteadyClock::now());
+    EXPECT_THAT(senders.take_gone(), ElementsAre(peer.context()));
+}
+
+TEST_F(SendersTest, GivenAWriterThatSpokeForAContext_WhenItSpeaksForAnotherOfItsProcess_ThenItIsNotThatOnes)
+{
+    const dds_entity_t writer = peer.writer(frames_topic, {"A"});
+    EXPECT_NE(find(writer), nullptr);
+    EXPECT_EQ(senders.find(handle_of(writer), peer.context(1)), nullptr);
+}
+
 // The engine tells that a writer is gone before its readers give all that it sent, which may begin its sources anew.
-TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsParticipantIsGoneOnceMore)
+TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsContextIsGoneOnceMore)
 {
     const dds_instance_handle_t handle = writer_that_went(SteadyClock::now());
     EXPECT_THAT(senders.take_gone(), SizeIs(1));
-    EXPECT_NE(senders.find(handle), nullptr);
+    EXPECT_NE(senders.find(handle, peer.context()), nullptr);
     EXPECT_THAT(senders.take_gone(), SizeIs(1));
     EXPECT_THAT(senders.take_gone(), IsEmpty());
 }
@@ -81,7 +102,7 @@ TEST_F(SendersTest, GivenAWriterThatIsGone_WhenItWasLongAgo_ThenItIsForgotten)
     const auto now = SteadyClock::now();
     const dds_instance_handle_t handle = writer_that_went(now);
     senders.refresh(now + 2 * gone_sender_kept);
-    EXPECT_EQ(senders.find(handle), nullptr);
+    EXPECT_EQ(senders.find(handle, peer.context()), nullptr);
 }
 
 } // namespace

@@ -20,10 +20,10 @@ TEST(SequenceWrap, GivenASourceNearTheTurn_WhenItGoesOnAndEnds_ThenNothingIsLost
     const auto sending = test::make_context();
     test::WatchedSource before{sending, "WRAP.B"};
     test::send(before.source, "x"); // who hears a stream from its start knows what its sources begin with
+    test::WatchedSource watched{sending, "WRAP.A"};
     const auto hearing = test::make_context();
     test::Recorder recorder;
     const auto receiver = test::make_receiver(hearing, "WRAP.A", recorder);
-    test::WatchedSource watched{sending, "WRAP.A"};
     ASSERT_TRUE(watched.wait_for({LBM_SRC_EVENT_CONNECT}));
     watched.source->source->next = last_but_two; // nothing was sent: nobody else looks
     for (int i = 0; i < 5; ++i) {

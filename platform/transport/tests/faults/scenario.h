@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -33,10 +34,11 @@ public:
     /// How it heard a source of the sender, whose sources have numbers from 0; null if it did not.
     const Heard* heard(const FaultProcess& sender, std::uint32_t source) const;
 
-    /// Packets that the kernel threw away at its receivers before it was killed: it cannot send them again.
+    /// Packets that the kernel threw away at its receiver while it was killed: it cannot send them again.
     std::uint64_t unrepeated = 0;
-    /// Whether all its receivers heard it before it was killed: what the engine sends until then it may have to repeat.
-    bool known_to_all = true;
+    /// Receivers that cannot be asked for all that had left it when it was killed: what the engine sends to one that is
+    /// just being found it may have to repeat.
+    std::set<const FaultProcess*> excused;
 
 private:
     std::string name_;

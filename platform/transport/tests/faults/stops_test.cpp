@@ -9,6 +9,8 @@ namespace {
 constexpr std::chrono::milliseconds short_stop{200};
 constexpr std::size_t publishers_stopped = 5;
 constexpr std::size_t sources_each = 4;
+/// And than a losing writer keeps: some 8 MB in frames of 1 kB, for a process that stands still.
+constexpr const char* more_than_a_socket_takes = "push 24000";
 
 class Stops : public FaultScenario {
 protected:
@@ -136,7 +138,7 @@ TEST_F(Stops, ReceiverStoppedBesideLosingSources)
     await_progress(stopped, publisher);
     publisher.tell("halt");
     stopped.child().stop();
-    publisher.tell("push 8000");
+    publisher.tell(more_than_a_socket_takes);
     publisher.tell("close");
     await_ends(healthy, publisher);
     for (std::uint32_t i = 0; i < sources_each; ++i) {
@@ -161,7 +163,7 @@ TEST_F(Stops, SourcesComeWhileTheirReceiverIsStopped)
     await_progress(listener, publisher);
     publisher.tell("halt");
     listener.child().stop();
-    publisher.tell("push 8000"); // what the receiver's socket takes is of these
+    publisher.tell(more_than_a_socket_takes);
     publisher.tell("open FA.0 2 when_full=lose");
     publisher.tell("push 8000");
     publisher.tell("close");

@@ -33,13 +33,13 @@ HandmadePeer::~HandmadePeer()
     dds_delete(participant_);
 }
 
-qx::transport::ContextId HandmadePeer::context() const
+qx::transport::ContextId HandmadePeer::context(std::uint32_t number) const
 {
     dds_guid_t guid{};
     made(dds_get_guid(participant_, &guid), "dds_get_guid");
     qx::transport::ParticipantKey key{};
     std::ranges::copy(guid.v, key.begin());
-    return qx::transport::ContextId::make("lo", key, 0);
+    return qx::transport::ContextId::make("lo", key, number);
 }
 
 dds_entity_t HandmadePeer::writer(const char* topic, const std::vector<std::string>& partitions) const

@@ -26,7 +26,7 @@ public:
     dds_entity_t participant() const noexcept { return participant_; }
 
     /// As a context on this participant would be called.
-    qx::transport::ContextId context() const;
+    qx::transport::ContextId context(std::uint32_t number = 0) const;
 
     /// Writes in these partitions; none given: in the one without a name.
     dds_entity_t writer(const char* topic, const std::vector<std::string>& partitions) const;
