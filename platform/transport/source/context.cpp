@@ -29,10 +29,11 @@ Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
     , counters_(make_counters())
-    , publisher_(domain_.participant(), domain_.user(), flush_policy(settings_.options), domain_.flusher(), counters_)
-    , responder_(std::make_shared<Responder>(domain_.participant(), domain_.user(), answer_policy(settings_.options),
-                                             domain_.flusher()))
-    , subscriber_(domain_.participant(), domain_.user(),
+    , publisher_(domain_.participant(), domain_.context_id(), flush_policy(settings_.options), domain_.flusher(),
+                 counters_)
+    , responder_(std::make_shared<Responder>(domain_.participant(), domain_.context_id(),
+                                             answer_policy(settings_.options), domain_.flusher()))
+    , subscriber_(domain_.participant(), domain_.context_id(),
                   static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_,
                   counters_, FaultPolicy{settings_.options})
 {

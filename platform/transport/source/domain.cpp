@@ -37,7 +37,7 @@ struct Domain {
     ParticipantKey key;
     Flusher flusher;
     std::size_t uses = 0;
-    std::uint32_t users = 0; ///< ever
+    std::uint32_t contexts = 0; ///< that ever were
 };
 
 struct Registry {
@@ -192,7 +192,7 @@ DomainUse::DomainUse(const DomainSettings& settings)
     ++r.domain->uses;
     participant_ = r.domain->participant.get();
     flusher_ = &r.domain->flusher;
-    user_ = ContextId::make(settings.interface, r.domain->key, r.domain->users++);
+    context_id_ = ContextId::make(settings.interface, r.domain->key, r.domain->contexts++);
 }
 
 DomainUse::~DomainUse()

@@ -48,15 +48,16 @@ public:
     DomainUse(const DomainUse&) = delete;
     DomainUse& operator=(const DomainUse&) = delete;
 
+    /// Shared by all uses and as long there as any: what is made on it must be deleted before the use that made it.
     dds_entity_t participant() const noexcept { return participant_; }
     Flusher& flusher() const noexcept { return *flusher_; }
-    /// Names the user among all that the process has or had; no other use gets the same.
-    const ContextId& user() const noexcept { return user_; }
+    /// Of the context that the use is for: no other use gets the same.
+    const ContextId& context_id() const noexcept { return context_id_; }
 
 private:
     dds_entity_t participant_;
     Flusher* flusher_;
-    ContextId user_;
+    ContextId context_id_;
 };
 
 } // namespace qx::transport

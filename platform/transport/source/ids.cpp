@@ -26,12 +26,16 @@ std::uint32_t big_endian(std::span<const std::uint8_t, 4> in)
     return ntohl(ordered);
 }
 
+std::uint64_t big_endian_64(std::span<const std::uint8_t, 8> in)
+{
+    return std::uint64_t{big_endian(in.subspan<0, 4>())} << 32U | big_endian(in.subspan<4, 4>());
+}
+
 /// Of a participant's key the first four bytes tell the engine's maker, or the identity alone, and the last four the
 /// kind.
 std::uint64_t distinctive(const ParticipantKey& participant)
 {
-    const std::span<const std::uint8_t, 16> key{participant};
-    return std::uint64_t{big_endian(key.subspan<4, 4>())} << 32U | big_endian(key.subspan<8, 4>());
+    return big_endian_64(std::span{participant}.subspan<4, 8>());
 }
 
 } // namespace
@@ -50,10 +54,8 @@ ContextId ContextId::make(const std::string& interface, const ParticipantKey& pa
 
 bool ContextId::is_of(const ParticipantKey& participant) const noexcept
 {
-    const std::span<const std::uint8_t, 16> id{bytes};
-    const std::uint64_t context =
-        std::uint64_t{big_endian(id.subspan<8, 4>())} << 32U | big_endian(id.subspan<12, 4>());
-    return context - distinctive(participant) <= std::numeric_limits<std::uint32_t>::max();
+    const std::uint64_t number = big_endian_64(std::span{bytes}.subspan<8, 8>()) - distinctive(participant);
+    return number <= std::numeric_limits<std::uint32_t>::max();
 }
 
 std::string context_text(const ContextId& context)

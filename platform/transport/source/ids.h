@@ -21,7 +21,9 @@ using ParticipantKey = std::array<std::uint8_t, 16>;
 struct ContextId {
     std::array<std::uint8_t, 16> bytes{};
 
+    /// `number`: of the context among all that the participant's process has or had.
     static ContextId make(const std::string& interface, const ParticipantKey& participant, std::uint32_t number);
+    /// Whether it is some context's of the participant's process.
     bool is_of(const ParticipantKey& participant) const noexcept;
     bool operator==(const ContextId&) const = default;
 };

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "topic_name.h"
-
 namespace qx::transport {
 namespace {
 
@@ -15,78 +13,36 @@ std::int32_t ahead(std::uint32_t to, std::uint32_t from) noexcept
 
 } // namespace
 
-bool SourceTracker::Stream::is_behind() const
-{
-    return std::any_of(copies.begin(), copies.end(),
-                       [this](const auto& copy) { return copy.second > last.value_or(0); });
-}
-
-bool SourceTracker::accept(Context& context, const StreamId& id, ReaderId reader, const Frame& frame)
-{
-    Stream& stream = context.streams[id.number];
-    const std::uint64_t sequence = frame.stream_sequence;
-    if (stream.owner && *stream.owner != reader) {
-        stream.copies[reader] = sequence;
-        ++duplicates_;
-        return false;
-    }
-    if (stream.last && sequence <= *stream.last) {
-        ++duplicates_;
-        return false;
-    }
-    if (!stream.last) {
-        stream.owing_from = sequence == 0 ? 0 : frame.next_source;
-    }
-    if (stream.handed_over) {
-        take_over(context, id, frame);
-    }
-    stream.owner = stream.last_owner = reader;
-    stream.last = sequence;
-    return true;
-}
-
-/// A new reader goes on where the last one was, unless for a while there was none: what was sent then is no loss.
-void SourceTracker::take_over(Context& context, const StreamId& id, const Frame& frame)
-{
-    Stream& stream = context.streams[id.number];
-    stream.handed_over = false;
-    const bool gap = stream.last && frame.stream_sequence > *stream.last + 1;
-    if (!gap || stream.is_behind()) {
-        return;
-    }
-    stream.owing_from = frame.next_source;
-    for (auto& [number, entry] : context.sources) {
-        if (entry.stream == id.number) {
-            entry.next.reset();
-            entry.heard = false;
-        }
-    }
-}
-
 void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now)
 {
     Context& context = contexts_[id.context];
-    if (!accept(context, id, reader, frame)) {
+    const HeardStream::Frames came = context.streams[id.number].accept(reader, frame, now);
+    if (came == HeardStream::Frames::copy) {
+        ++duplicates_;
         return;
     }
-    Stream& heard = context.streams[id.number];
-    heard.active = now;
-    if (heard.token.empty() && !frame.messages.empty()) {
-        heard.token = first_token(frame.messages.front().topic);
+    if (came == HeardStream::Frames::anew) {
+        forget_numbers(context, id.number);
     }
     for (const WireMessage& m : frame.messages) {
         message(context, id, m, now);
     }
 }
 
-/// A page may list what it likes: only what its stream could carry is owed.
+void SourceTracker::forget_numbers(Context& context, std::uint32_t stream)
+{
+    for (auto& [number, entry] : context.sources) {
+        if (entry.stream == stream) {
+            entry.next.reset();
+            entry.heard = false;
+        }
+    }
+}
+
 bool SourceTracker::owes_all(const Context& context, std::uint32_t stream, std::uint32_t source, std::string_view topic)
 {
     const auto found = context.streams.find(stream);
-    if (found == context.streams.end() || !found->second.last || found->second.handed_over) {
-        return false;
-    }
-    return source >= found->second.owing_from && first_token(topic) == found->second.token;
+    return found != context.streams.end() && found->second.owes_all(source, topic);
 }
 
 /// Numbers wrap. Of what is owed from 0 on the first number heard is ahead, however high it is: it is no copy.
@@ -209,11 +165,9 @@ void SourceTracker::close(Context& context, std::uint32_t source, Clock::time_po
 void SourceTracker::stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now)
 {
     Context& context = contexts_[id.context];
-    Stream& stream = context.streams[id.number];
-    if (stream.owner && *stream.owner != reader) {
+    if (!context.streams[id.number].lose_sender(reader)) {
         return;
     }
-    stream.owner.reset(); // the last sequence number stays: other readers may still come with copies
     for (auto& [number, entry] : context.sources) {
         if (entry.open() && entry.stream == id.number) {
             lose(entry, now);
@@ -225,7 +179,7 @@ bool SourceTracker::is_behind(ReaderId reader) const
 {
     for (const auto& [id, context] : contexts_) {
         for (const auto& [number, stream] : context.streams) {
-            if (stream.owner == reader && stream.is_behind()) {
+            if (stream.is_owned_by(reader) && stream.is_behind()) {
                 return true;
             }
         }
@@ -237,12 +191,7 @@ void SourceTracker::reader_gone(ReaderId reader, bool last)
 {
     for (auto& [id, context] : contexts_) {
         for (auto& [number, stream] : context.streams) {
-            stream.copies.erase(reader);
-            const bool was_the_last_here = !stream.owner && stream.last_owner == reader && stream.copies.empty();
-            if (stream.owner == reader || was_the_last_here || (last && !stream.owner)) {
-                stream.owner.reset();
-                stream.handed_over = true;
-            }
+            stream.lose_reader(reader, last);
         }
     }
 }
@@ -345,16 +294,16 @@ void SourceTracker::tick(Clock::time_point now)
 }
 
 /// Frames come in order: once a later one is here, those before it are here or lost.
-Clock::time_point SourceTracker::end_of(const Ending& ending, const Entry& entry, const Stream& stream)
+Clock::time_point SourceTracker::end_of(const Ending& ending, const Entry& entry, const HeardStream& stream)
 {
-    const Clock::time_point quiet_since = std::max(stream.active, ending.since);
+    const Clock::time_point quiet_since = std::max(stream.active(), ending.since);
     if (!entry.last_word) {
         const Clock::time_point quiet = quiet_since + end_grace;
         return ending.unlisted ? std::min(quiet, ending.since + repair_grace) : quiet;
     }
     const bool complete = entry.last_word->sequence == entry.next.value_or(0);
-    const bool passed = stream.last && *stream.last + 1 >= entry.last_word->frames;
-    return complete || passed ? ending.since + end_grace : quiet_since + repair_grace;
+    return complete || stream.has_passed(entry.last_word->frames) ? ending.since + end_grace
+                                                                  : quiet_since + repair_grace;
 }
 
 void SourceTracker::finish(const Ending& ending, Clock::time_point now)
@@ -365,7 +314,7 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         return;
     }
     Entry& entry = found->second;
-    const Stream& stream = context.streams[entry.stream];
+    const HeardStream& stream = context.streams[entry.stream];
     if (const Clock::time_point end_at = end_of(ending, entry, stream); now < end_at) {
         Ending later = ending;
         later.due = std::min(end_at, now + end_grace);
@@ -376,13 +325,12 @@ void SourceTracker::finish(const Ending& ending, Clock::time_point now)
         lose(entry, now);
         return;
     }
-    if (!stream.handed_over) {
+    if (!stream.is_handed_over()) {
         advance(entry, entry.last_word->sequence);
     }
     close(context, ending.source.number, now);
 }
 
-/// Should one return, nobody knows what it had said.
 void SourceTracker::forget_lost(Context& context, Clock::time_point now)
 {
     std::erase_if(context.sources, [&](const auto& item) {
@@ -390,8 +338,7 @@ void SourceTracker::forget_lost(Context& context, Clock::time_point now)
         if (entry.open() || now - entry.lost_at < ended_source_kept) {
             return false;
         }
-        Stream& stream = context.streams[entry.stream];
-        stream.owing_from = std::max(stream.owing_from, number + 1);
+        context.streams[entry.stream].forget(number);
         return true;
     });
 }

@@ -7,26 +7,23 @@
 ///           more, and then after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
-/// Losses    follow from the sequence numbers alone. Who hears a stream from its first frame is owed all that its
-///           sources send; who comes later, all of the sources that were opened after the first frame heard, be it that
-///           only their end is heard of. Of older ones what they sent before their first message here is no loss. Where
-///           no reader heard a stream for a while, its next frame counts as the first.
-/// Copies    the same stream may be seen by several readers: the first is its owner and the others' copies are dropped.
+/// Losses    follow from the sequence numbers alone. Sources of which everything is owed, see HeardStream, are
+/// accounted
+///           for from their first message, be it that only their end is heard of; others from their first message here.
 /// Threads   not synchronised.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "catalogue.h"
 #include "frame.h"
+#include "heard_stream.h"
 #include "ids.h"
 #include "message.h"
 #include "number_runs.h"
@@ -59,7 +56,7 @@ public:
 
 class SourceTracker {
 public:
-    using ReaderId = std::uint64_t;
+    using ReaderId = HeardStream::ReaderId;
 
     explicit SourceTracker(SourceEvents& out)
         : out_(out)
@@ -96,31 +93,18 @@ private:
         SourcePtr source; ///< while open
         std::uint32_t stream = 0;
         std::optional<std::uint32_t> next;             ///< the sequence number that comes next, once one is known
-        bool heard = false;                            ///< some number of it
+        bool heard = false;                            ///< whether some number of it was
         std::optional<LastWord> last_word;             ///< as a closed catalogue entry told it
         std::optional<Clock::time_point> ending_since; ///< waits for the stream to be quiet
         Clock::time_point lost_at{};
 
         bool open() const noexcept { return source != nullptr; }
     };
-    struct Stream {
-        std::optional<ReaderId> owner;
-        std::optional<ReaderId> last_owner;       ///< also when the sender is lost
-        std::string token;                        ///< that its topics begin with; once one is known
-        std::optional<std::uint64_t> last;        ///< frame that was accepted
-        std::uint32_t owing_from = 0;             ///< the number that sources have which were heard from the first
-        std::map<ReaderId, std::uint64_t> copies; ///< the latest that each reader beside the owner has brought
-        bool handed_over = false;                 ///< the owner went, and no other has taken over yet
-        Clock::time_point active{};
-
-        /// Whether a reader that is still there has dropped the copy of a frame that no owner has brought.
-        bool is_behind() const;
-    };
     struct Context {
         std::unordered_map<std::uint32_t, Entry> sources;
         NumberRuns closed{closed_runs_per_context_max};
         Clock::time_point closed_at{}; ///< the last of them
-        std::unordered_map<std::uint32_t, Stream> streams;
+        std::unordered_map<std::uint32_t, HeardStream> streams;
         std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> pages;
     };
     struct Ending {
@@ -130,8 +114,7 @@ private:
         bool unlisted;
     };
 
-    bool accept(Context& context, const StreamId& id, ReaderId reader, const Frame& frame);
-    static void take_over(Context& context, const StreamId& id, const Frame& frame);
+    static void forget_numbers(Context& context, std::uint32_t stream);
     static bool owes_all(const Context& context, std::uint32_t stream, std::uint32_t source, std::string_view topic);
     static bool has_passed(const Entry& entry, std::uint32_t sequence);
     static bool has_skipped(const Entry& entry, std::uint32_t sequence);
@@ -144,7 +127,7 @@ private:
     void start_ending(const ContextId& id, std::uint32_t source, Clock::time_point now, bool unlisted = false);
     static bool went_on_unheard(const Context& context, const CatalogueEntry& closed);
     void list(const ContextId& id, Context& context, const CatalogueEntry& listed, Clock::time_point now);
-    static Clock::time_point end_of(const Ending& ending, const Entry& entry, const Stream& stream);
+    static Clock::time_point end_of(const Ending& ending, const Entry& entry, const HeardStream& stream);
     void finish(const Ending& ending, Clock::time_point now);
     static void forget_lost(Context& context, Clock::time_point now);
     void forget(Clock::time_point now);

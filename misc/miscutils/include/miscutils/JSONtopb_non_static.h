@@ -50,7 +50,7 @@ public:
         const google::protobuf::FieldDescriptor* FindFieldByName(std::string_view name) const;
 
     private:
-        static constexpr std::size_t many = 2;
+        static constexpr std::size_t many = 2; ///< look-ups, from which on there is a table
         /// The hash of a field's key, and its place among the message's fields, counted from 1; 0 is none.
         struct Slot {
             std::uint32_t hash = 0;

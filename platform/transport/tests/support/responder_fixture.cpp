@@ -6,7 +6,6 @@
 using namespace qx::transport;
 
 namespace test {
-namespace {
 
 DomainSettings own_domain()
 {
@@ -14,8 +13,6 @@ DomainSettings own_domain()
     options.set_text("domain_tag", domain_tag());
     return DomainSettings{options};
 }
-
-} // namespace
 
 ContextId made_up(std::size_t i)
 {

@@ -18,6 +18,9 @@ namespace test {
 inline constexpr std::chrono::hours endless{1};
 inline constexpr qx::transport::SendWait at_once{std::nullopt, true, true};
 
+/// The test program's own, as its contexts have it.
+qx::transport::DomainSettings own_domain();
+
 qx::transport::ContextId made_up(std::size_t i);
 
 /// The end of a made-up requester that hears its answers. What was sent to it is acknowledged.
