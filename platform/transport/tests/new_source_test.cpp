@@ -66,10 +66,10 @@ TEST_F(NewSource, GivenNoReaderForAWhile_WhenItIsHeardAgain_ThenNothingOfThatTim
 {
     tracker.reader_gone(1, true);
     page({closed_entry(3, 2)});
-    frame(5, {{Kind::data, 8, 4, "O", {}, "x"}}, 2);
+    frame(5, {{Kind::data, 8, 4, "T.O", {}, "x"}}, 2);
     page({closed_entry(3, 2)});
     pass(repair_grace);
-    EXPECT_THAT(log.lines, ElementsAre("begun O 4", "data O 4 x"));
+    EXPECT_THAT(log.lines, ElementsAre("begun T.O 4", "data T.O 4 x"));
 }
 
 TEST_F(NewSource, GivenNoReaderForAMomentWithoutFrames_WhenItIsHeard_ThenAllIsOwed)
@@ -115,8 +115,8 @@ TEST_F(NewSource, GivenItsSenderWasLostAndForgotten_WhenItReturns_ThenItBeginsWh
 
 TEST_F(NewSource, GivenItIsOlderThanTheFirstFrameHeard_WhenItsFirstMessagesAreMissing_ThenTheyAreNotOwed)
 {
-    frame(2, {{Kind::data, 6, 3, "OLD", {}, "x"}, {Kind::close, 5, 3, "OLDER", {}, {}}});
-    EXPECT_THAT(log.lines, ElementsAre("begun OLD 3", "data OLD 3 x"));
+    frame(2, {{Kind::data, 6, 3, "T.OLD", {}, "x"}, {Kind::close, 5, 3, "T.OLDER", {}, {}}});
+    EXPECT_THAT(log.lines, ElementsAre("begun T.OLD 3", "data T.OLD 3 x"));
 }
 
 class StreamHeardFromTheStart : public test::SourceTrackerTest {

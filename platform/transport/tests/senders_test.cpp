@@ -43,13 +43,13 @@ protected:
     Senders senders{peer.participant()};
 };
 
-TEST_F(SendersTest, GivenWriters_WhenAskedFor_ThenTheirParticipantsAndTokensAreKnown)
+TEST_F(SendersTest, GivenWriters_WhenAskedFor_ThenTheirContextsAndTokensAreKnown)
 {
     const std::string partition = partition_of_topic("A.B");
     const Sender* const sender = find(peer.writer(frames_topic, {partition}));
     ASSERT_NE(sender, nullptr);
     EXPECT_EQ(sender->token, "A");
-    EXPECT_TRUE(peer.context().is_of(sender->participant));
+    EXPECT_EQ(sender->context, peer.context());
     EXPECT_EQ(find(peer.writer(frames_topic, {partition, "another"}))->token, std::nullopt);
     EXPECT_EQ(find(peer.writer("another_topic", {partition})), nullptr);
 }
@@ -95,6 +95,11 @@ TEST_F(SendersTest, GivenAWriterThatIsGone_WhenAPacketOfItIsStillThere_ThenItsCo
     EXPECT_NE(senders.find(handle, peer.context()), nullptr);
     EXPECT_THAT(senders.take_gone(), SizeIs(1));
     EXPECT_THAT(senders.take_gone(), IsEmpty());
+}
+
+TEST_F(SendersTest, GivenAWriter_WhenItSpeaksForAContextOfAnotherProcess_ThenItIsNotThatOnes)
+{
+    EXPECT_EQ(senders.find(handle_of(peer.writer(frames_topic, {"A"})), ContextId{}), nullptr);
 }
 
 TEST_F(SendersTest, GivenAWriterThatIsGone_WhenItWasLongAgo_ThenItIsForgotten)
