@@ -63,6 +63,12 @@ TEST(Domain, GivenPeers_WhenConfigured_ThenEachIsLookedThroughWithMulticastToo)
                                 R"(<Peer address="192.0.2.7"/></Peers>)")));
 }
 
+TEST(Domain, GivenDefaults_WhenConfigured_ThenMoreIsHeldBackThanTheLargestWindowTakes)
+{
+    EXPECT_THAT(xml_of({}), AllOf(HasSubstr("<PrimaryReorderMaxSamples>16777216<"),
+                                  HasSubstr("<SecondaryReorderMaxSamples>16777216<")));
+}
+
 TEST(Domain, GivenPeersThatAreNoHosts_WhenConfigured_ThenTheyAreNamed)
 {
     for (const char* const peers : {",", "a,", ",a", "a,,b", " ", "two words", "a;b", "<a>", "::1", "a:7410"}) {
