@@ -17,6 +17,25 @@ FlushPolicy flush_policy(const Options& options)
             static_cast<std::size_t>(options.get_integer("send_window_bytes"))};
 }
 
+/// Permissions speak of first tokens: a stream of all topics would be beside them.
+bool is_bound_to_permissions(const Options& options)
+{
+    return SecurityFiles{options}.given();
+}
+
+SourceOrder source_order(const Options& options)
+{
+    if (options.get_text("source_order") == "token") {
+        return SourceOrder::token;
+    }
+    if (is_bound_to_permissions(options)) {
+        throw TransportError(LBM_EINVAL,
+                             "option \"source_order\" cannot be \"context\" with security, since permissions "
+                             "are given for first topic tokens; leave it at \"token\"");
+    }
+    return SourceOrder::context;
+}
+
 AnswerPolicy answer_policy(const Options& options)
 {
     return {static_cast<std::size_t>(options.get_integer("response_window_messages")),
@@ -29,13 +48,13 @@ Context::Context(ContextSettings settings)
     : settings_(std::move(settings))
     , domain_(DomainSettings{settings_.options})
     , counters_(make_counters())
-    , publisher_(domain_.participant(), domain_.context_id(), flush_policy(settings_.options), domain_.flusher(),
-                 counters_)
+    , publisher_(domain_.participant(), domain_.context_id(), source_order(settings_.options),
+                 flush_policy(settings_.options), domain_.flusher(), counters_)
     , responder_(std::make_shared<Responder>(domain_.participant(), domain_.context_id(),
                                              answer_policy(settings_.options), domain_.flusher()))
     , subscriber_(domain_.participant(), domain_.context_id(),
                   static_cast<std::size_t>(settings_.options.get_integer("receive_queue_bytes_max")), *responder_,
-                  counters_, FaultPolicy{settings_.options})
+                  counters_, {!is_bound_to_permissions(settings_.options), FaultPolicy{settings_.options}})
 {
 }
 

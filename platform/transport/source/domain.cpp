@@ -146,7 +146,8 @@ std::string fault_xml(const DomainSettings& s)
 
 /// Packets of a writer that a reader keeps while one before them is missing. Unless told otherwise the engine keeps
 /// 128, and of what it then throws away it may acknowledge some (seen with version 0.10.2), which nobody repeats. What
-/// a sender has unacknowledged is bounded by its window; this is more than fit into the largest.
+/// a sender that waits has unacknowledged is bounded by its window. The largest takes fewer: a packet has more than 64
+/// bytes.
 constexpr std::string_view held_back_xml = "<PrimaryReorderMaxSamples>16777216</PrimaryReorderMaxSamples>"
                                            "<SecondaryReorderMaxSamples>16777216</SecondaryReorderMaxSamples>";
 

@@ -6,7 +6,7 @@
 
 namespace qx::transport {
 
-HeardStream::Frames HeardStream::accept(ReaderId reader, const Frame& frame, Clock::time_point now)
+HeardStream::Frames HeardStream::accept(ReaderId reader, const Frame& frame, Carries carries, Clock::time_point now)
 {
     const std::uint64_t sequence = frame.stream_sequence;
     if (owner_ && *owner_ != reader) {
@@ -23,6 +23,7 @@ HeardStream::Frames HeardStream::accept(ReaderId reader, const Frame& frame, Clo
     if (token_.empty() && !frame.messages.empty()) {
         token_ = first_token(frame.messages.front().topic);
     }
+    carries_ = carries;
     owner_ = last_owner_ = reader;
     last_ = sequence;
     active_ = now;
@@ -39,7 +40,8 @@ bool HeardStream::take_over(std::uint64_t sequence)
 
 bool HeardStream::owes_all(std::uint32_t source, std::string_view topic) const
 {
-    return last_ && !handed_over_ && source >= owing_from_ && first_token(topic) == token_;
+    const bool could_carry = carries_ == Carries::any_topic || first_token(topic) == token_;
+    return last_ && !handed_over_ && source >= owing_from_ && could_carry;
 }
 
 void HeardStream::forget(std::uint32_t source)

@@ -19,13 +19,16 @@
 
 namespace qx::transport {
 
+/// Which topics its sources may have.
+enum class Carries { one_token, any_topic };
+
 class HeardStream {
 public:
     using ReaderId = std::uint64_t;
 
     /// anew    the first after a time without reader: what the sources said meanwhile is no loss
     enum class Frames { copy, next, anew };
-    Frames accept(ReaderId reader, const Frame& frame, Clock::time_point now);
+    Frames accept(ReaderId reader, const Frame& frame, Carries carries, Clock::time_point now);
 
     /// Whether the source is accounted for from its first message. A catalogue page may list what it likes: only topics
     /// that the stream could carry are owed.
@@ -53,8 +56,9 @@ private:
     std::optional<ReaderId> last_owner_;       ///< also when the sender is lost
     std::optional<std::uint64_t> last_;        ///< frame that was accepted
     std::map<ReaderId, std::uint64_t> copies_; ///< the latest that each reader beside the owner has brought
-    std::string token_;                        ///< that its topics begin with; once one is known
-    std::uint32_t owing_from_ = 0;             ///< sources from that number on owe everything
+    Carries carries_ = Carries::one_token;
+    std::string token_;            ///< that its topics begin with if they do; once one is known
+    std::uint32_t owing_from_ = 0; ///< sources from that number on owe everything
     bool handed_over_ = false;
     Clock::time_point active_{};
 };

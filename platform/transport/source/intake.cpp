@@ -19,8 +19,9 @@ constexpr std::chrono::milliseconds copies_apart_max{1'000};
 } // namespace
 
 Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters,
-               const FaultPolicy& faults)
+               const HearingPolicy& policy)
     : participant_(participant)
+    , hears_any_topic_(policy.any_topic)
     , out_(out)
     , requester_(requester)
     , counters_(counters)
@@ -37,8 +38,8 @@ Intake::Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Res
 {
     check_dds(dds_waitset_attach(waitset_.get(), posted_.get(), 0), "dds_waitset_attach");
     check_dds(dds_waitset_attach(waitset_.get(), sender_news_.get(), 0), "dds_waitset_attach");
-    if (faults.any()) {
-        faults_.emplace(faults, [this](const StreamId& stream, SourceTracker::ReaderId reader, ByteView body) {
+    if (policy.faults.any()) {
+        faults_.emplace(policy.faults, [this](const StreamId& stream, SourceTracker::ReaderId reader, ByteView body) {
             decode_frame(body, frame_); // which it has been before
             take_frame(stream, reader);
         });
@@ -72,6 +73,14 @@ void Intake::add(const std::shared_ptr<Receiver>& receiver)
 {
     const auto lock = lock_in_turn();
     hear(receiver->partition());
+    if (hears_any_topic_) {
+        try {
+            hear(any_topic_partition);
+        } catch (...) {
+            unhear(receiver->partition());
+            throw;
+        }
+    }
     inflow_.add(receiver);
     wake();
 }
@@ -79,6 +88,9 @@ void Intake::add(const std::shared_ptr<Receiver>& receiver)
 void Intake::remove(const std::shared_ptr<Receiver>& receiver)
 {
     const auto lock = lock_in_turn();
+    if (hears_any_topic_) {
+        unhear(any_topic_partition);
+    }
     unhear(receiver->partition());
     inflow_.remove(receiver);
     wake();
@@ -89,6 +101,7 @@ void Intake::hear(const std::string& partition)
     auto found = frames_.find(partition);
     if (found == frames_.end()) {
         auto made = make_inlet<FramesInlet>(frames_topic_.get(), frames_qos(partition).get());
+        made->carries = partition == any_topic_partition ? Carries::any_topic : Carries::one_token;
         frames_by_id_.emplace(made->id(), made.get());
         found = frames_.emplace(partition, std::move(made)).first;
     }
@@ -384,7 +397,7 @@ void Intake::read_frame(const Arrival& arrival, SourceTracker::ReaderId reader)
 void Intake::take_frame(const StreamId& stream, SourceTracker::ReaderId reader)
 {
     const std::uint64_t refused_before = tracker_.refused();
-    tracker_.frame(stream, reader, frame_, Clock::now());
+    tracker_.frame(stream, reader, frame_, Clock::now(), frames_by_id_.at(reader)->carries);
     counters_.packets_refused.add(frame_.unknown_kinds + tracker_.refused() - refused_before);
 }
 

@@ -26,6 +26,11 @@
 
 namespace qx::transport {
 
+struct HearingPolicy {
+    bool any_topic = true; ///< whether streams of topics with different first tokens are heard
+    FaultPolicy faults;
+};
+
 /// Follows the sources that its readers hear and posts what happens to them. One reader per partition name, shared by
 /// all receivers that need it. The thread that runs the callbacks also empties the readers: a message that finds it
 /// idle reaches its callback without another change of threads. The engine's own caches have no bound, so that a relief
@@ -35,7 +40,7 @@ class Intake {
 public:
     /// Answers go to the requests of `requester`, requests get their handles from `responder`.
     Intake(dds_entity_t participant, Mailbox& out, Requester& requester, Responder& responder, Counters& counters,
-           const FaultPolicy& faults);
+           const HearingPolicy& policy);
     ~Intake();
     Intake(const Intake&) = delete;
     Intake& operator=(const Intake&) = delete;
@@ -59,6 +64,7 @@ public:
 private:
     struct FramesInlet : Inlet {
         using Inlet::Inlet;
+        Carries carries = Carries::one_token;
         std::size_t users = 0;
     };
     /// Whoever hears a stream hears each of its sources.
@@ -93,6 +99,7 @@ private:
     void take_frame(const StreamId& stream, SourceTracker::ReaderId reader);
 
     const dds_entity_t participant_;
+    const bool hears_any_topic_;
     Mailbox& out_;
     Requester& requester_;
     Counters& counters_;

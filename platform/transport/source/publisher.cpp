@@ -100,10 +100,11 @@ std::optional<Clock::time_point> Announcer::flush() noexcept
     return Clock::now() + announcement_interval;
 }
 
-Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher,
-                     std::shared_ptr<Counters> counters)
+Publisher::Publisher(dds_entity_t participant, const ContextId& id, SourceOrder order, FlushPolicy policy,
+                     Flusher& flusher, std::shared_ptr<Counters> counters)
     : participant_(participant)
     , id_(id)
+    , order_(order)
     , policy_(policy)
     , flusher_(flusher)
     , counters_(std::move(counters))
@@ -113,7 +114,7 @@ Publisher::Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy 
 
 std::shared_ptr<StreamWriter> Publisher::stream_for(std::string_view topic, WhenFull when_full)
 {
-    const std::string partition = partition_of_topic(topic);
+    const std::string partition = order_ == SourceOrder::token ? partition_of_topic(topic) : any_topic_partition;
     const StreamKey key{partition, when_full};
     if (const auto found = streams_.find(key); found != streams_.end()) {
         return found->second;

@@ -62,10 +62,15 @@ private:
     std::vector<std::weak_ptr<StreamWriter>> streams_;
 };
 
+/// Among which sources of a context order is kept, if they also agree in `WhenFull`: they share a stream.
+/// token     of one first topic token: whoever wants none of these topics is spared them
+/// context   all: whoever wants any topic is sent all
+enum class SourceOrder { token, context };
+
 /// Threads   any.
 class Publisher {
 public:
-    Publisher(dds_entity_t participant, const ContextId& id, FlushPolicy policy, Flusher& flusher,
+    Publisher(dds_entity_t participant, const ContextId& id, SourceOrder order, FlushPolicy policy, Flusher& flusher,
               std::shared_ptr<Counters> counters);
 
     std::shared_ptr<LocalSource> open(std::string_view topic, WhenFull when_full);
@@ -89,6 +94,7 @@ private:
 
     const dds_entity_t participant_;
     const ContextId id_;
+    const SourceOrder order_;
     const FlushPolicy policy_;
     Flusher& flusher_;
     const std::shared_ptr<Counters> counters_;

@@ -39,7 +39,7 @@ public:
     /// What every topic begins with that it matches: of a pattern what is literal, else the whole topic.
     const std::string& beginning() const noexcept { return beginning_; }
 
-    /// The partition that holds every stream it can hear, see partition.h.
+    /// The partition that holds every stream of one first token that it can hear, see partition.h.
     const std::string& partition() const noexcept { return partition_; }
 
     /// Called on the context's thread only, in order.

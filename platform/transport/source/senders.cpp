@@ -29,24 +29,25 @@ struct DdsStringsDelete {
     }
 };
 
-/// One partition, since a message in several would be under several permissions.
-std::optional<std::string> token_of_writer(const dds_qos_t* qos)
+/// One partition, since a message in several would be under several permissions; else empty, as if it had no name.
+std::string partition_of_writer(const dds_qos_t* qos)
 {
     std::uint32_t count = 0;
     char** names = nullptr;
     if (qos == nullptr || !dds_qget_partition(qos, &count, &names)) {
-        return std::nullopt;
+        return {};
     }
     const std::unique_ptr<char*, DdsStringsDelete> owner{names, {count}};
-    return count == 1 ? token_of_partition(names[0]) : std::nullopt;
+    return count == 1 ? names[0] : "";
 }
 
 } // namespace
 
 bool Sender::may_send(const Frame& frame) const noexcept
 {
-    return token &&
-           std::ranges::all_of(frame.messages, [&](const WireMessage& m) { return first_token(m.topic) == *token; });
+    return any_topic || (token && std::ranges::all_of(frame.messages, [&](const WireMessage& m) {
+                             return first_token(m.topic) == *token;
+                         }));
 }
 
 Senders::Senders(dds_entity_t participant)
@@ -128,7 +129,9 @@ void Senders::learn(const dds_builtintopic_endpoint_t& writer, dds_instance_hand
     }
     Sender sender;
     std::ranges::copy(writer.participant_key.v, sender.participant.begin());
-    sender.token = token_of_writer(writer.qos);
+    const std::string partition = partition_of_writer(writer.qos);
+    sender.any_topic = partition == any_topic_partition;
+    sender.token = token_of_partition(partition);
     senders_.insert_or_assign(handle, std::move(sender));
 }
 

@@ -20,7 +20,8 @@ inline constexpr std::chrono::seconds gone_sender_kept{60};
 
 struct Sender {
     ParticipantKey participant{};
-    std::optional<std::string> token;   ///< the first token of the topics it may send; empty: it may send none
+    bool any_topic = false;             ///< it may send topics of every first token
+    std::optional<std::string> token;   ///< else that of the topics that it may send; empty: it may send none
     std::optional<ContextId> context{}; ///< that it speaks for; once it has spoken
 
     /// Whether every message has a topic that belongs into the writer's partition, which is all that permissions see.

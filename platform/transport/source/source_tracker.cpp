@@ -13,10 +13,11 @@ std::int32_t ahead(std::uint32_t to, std::uint32_t from) noexcept
 
 } // namespace
 
-void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now)
+void SourceTracker::frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now,
+                          Carries carries)
 {
     Context& context = contexts_[id.context];
-    const HeardStream::Frames came = context.streams[id.number].accept(reader, frame, now);
+    const HeardStream::Frames came = context.streams[id.number].accept(reader, frame, carries, now);
     if (came == HeardStream::Frames::copy) {
         ++duplicates_;
         return;

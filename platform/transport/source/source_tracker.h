@@ -63,7 +63,8 @@ public:
     {
     }
 
-    void frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now);
+    void frame(const StreamId& id, ReaderId reader, const Frame& frame, Clock::time_point now,
+               Carries carries = Carries::one_token);
     /// The stream's sender is gone, closed or lost, and everything it sent has been given to `frame`.
     void stream_gone(const StreamId& id, ReaderId reader, Clock::time_point now);
     /// Whether other readers have dropped copies of frames that this reader, their stream's owner, has not brought yet.

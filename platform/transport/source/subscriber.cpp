@@ -5,12 +5,12 @@
 namespace qx::transport {
 
 Subscriber::Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max,
-                       Responder& responder, std::shared_ptr<Counters> counters, const FaultPolicy& faults)
+                       Responder& responder, std::shared_ptr<Counters> counters, const HearingPolicy& policy)
     : participant_(participant)
     , self_(self)
     , responder_(responder)
     , counters_(std::move(counters))
-    , faults_(faults)
+    , policy_(policy)
     , delivering_(std::make_shared<Delivering>(queue_bytes_max, counters_))
 {
 }
@@ -37,7 +37,7 @@ void Subscriber::start()
     if (intake_) {
         return;
     }
-    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_, faults_);
+    intake_ = std::make_unique<Intake>(participant_, delivering_->mailbox, requester_, responder_, *counters_, policy_);
     try {
         thread_ = Thread{"lbm_context", [delivering = delivering_, &intake = *intake_] { delivering->run(intake); }};
     } catch (...) {

@@ -23,7 +23,7 @@ class Subscriber {
 public:
     /// `responder` must outlive `close`.
     Subscriber(dds_entity_t participant, const ContextId& self, std::size_t queue_bytes_max, Responder& responder,
-               std::shared_ptr<Counters> counters, const FaultPolicy& faults);
+               std::shared_ptr<Counters> counters, const HearingPolicy& policy);
 
     /// From now on the receiver is called. Throws TransportError.
     void attach(const std::shared_ptr<Receiver>& receiver);
@@ -67,7 +67,7 @@ private:
     const ContextId self_;
     Responder& responder_;
     const std::shared_ptr<Counters> counters_;
-    const FaultPolicy faults_;
+    const HearingPolicy policy_;
     Requester requester_;
     std::shared_ptr<Delivering> delivering_;
     std::mutex mutex_;

@@ -3,7 +3,7 @@
 ///
 ///     hostile_peer <domain tag> <plug-in without those checks> <security option>=<file>...
 ///
-/// It writes data of the topic TRIAGE.ACTION from the partitions t:TRIAGE, * and t:OTHER, and data of OTHER.A from
+/// It writes data of the topic TRIAGE.ACTION from the partitions t:TRIAGE, *, a: and t:OTHER, and data of OTHER.A from
 /// t:OTHER, a round for each line of standard input, answered with "ok".
 #include <cstdlib>
 #include <iostream>
@@ -36,6 +36,7 @@ public:
         write(any_, "TRIAGE.ACTION", 1);
         write(other_, "TRIAGE.ACTION", 2);
         write(other_, "OTHER.A", 3);
+        write(mixed_, "TRIAGE.ACTION", 4);
     }
 
 private:
@@ -60,6 +61,7 @@ private:
     test::HandmadePeer peer_;
     dds_entity_t guarded_ = peer_.writer(frames_topic, {"t:TRIAGE"});
     dds_entity_t any_ = peer_.writer(frames_topic, {"*"});
+    dds_entity_t mixed_ = peer_.writer(frames_topic, {"a:"});
     dds_entity_t other_ = peer_.writer(frames_topic, {"t:OTHER"}); ///< last: who has met it has heard of the others
     std::uint32_t round_ = 0;
 };

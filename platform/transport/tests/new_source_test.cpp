@@ -97,6 +97,15 @@ TEST_F(NewSource, GivenAPageListsATopicThatItsStreamCannotCarry_WhenItsEndIsDue_
     EXPECT_THAT(log.lines, IsEmpty());
 }
 
+TEST_F(NewSource, GivenAStreamOfAllTopics_WhenAnyIsListedAsClosed_ThenItBeginsForItsLossAndEnds)
+{
+    carries = Carries::any_topic;
+    frame(1, {old_sources_close});
+    page({{false, 7, 0, 5, unheard + 1, "OTHER.T"}});
+    pass(repair_grace);
+    EXPECT_THAT(log.lines, ElementsAre("begun OTHER.T 0", "lost OTHER.T 0-4", "ended OTHER.T 5"));
+}
+
 TEST_F(NewSource, GivenMoreThanHalfOfAllNumbersAreMissing_WhenDataComes_ThenTheyAreItsLoss)
 {
     frame(2, {data(0x9000'0000)});

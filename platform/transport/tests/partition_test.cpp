@@ -37,8 +37,8 @@ TEST(Partition, GivenThePartitionOfATopic_WhenRead_ThenTheTokenComesBack)
 
 TEST(Partition, GivenAPartitionThatIsOfNoTopic_WhenRead_ThenThereIsNoToken)
 {
-    for (const char* partition :
-         {"", "*", "t", "x:A", "r:00", "t:A*", "t:%41", "t:A%2eB", "t:%2", "t:%", "t:%zz", "t:%2A", "t:A.B", "tA"}) {
+    for (const char* partition : {"", "*", "t", any_topic_partition, "x:A", "r:00", "t:A*", "t:%41", "t:A%2eB", "t:%2",
+                                  "t:%", "t:%zz", "t:%2A", "t:A.B", "tA"}) {
         EXPECT_EQ(token_of_partition(partition), std::nullopt) << partition;
     }
 }

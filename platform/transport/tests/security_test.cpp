@@ -143,6 +143,13 @@ TEST_F(Security, GivenAContext_WhenAnotherOfTheProcessHasAnotherIdentityOrNone_T
     EXPECT_THAT(refusal_of_context({{"lease_ms", std::to_string(lease_ms)}}), HasSubstr("they must agree"));
 }
 
+TEST_F(Security, GivenAContext_WhenItIsToKeepTheOrderOfAllSources_ThenItIsRefused)
+{
+    test::OptionList options = options_of("price-server");
+    options.emplace_back("source_order", "context");
+    EXPECT_THAT(refusal_of_context(options), HasSubstr("\"source_order\" cannot be \"context\" with security"));
+}
+
 TEST(SecurityWithoutPermissions, GivenAnIdentity_WhenItsContextIsMade_ThenTheEnginesReasonIsTold)
 {
     const test::Certificates certificates;
@@ -170,7 +177,8 @@ TEST_F(Security, GivenAnOrdinaryCertificate_WhenItsOwnerForgesOperations_ThenNot
     test::Recorder guarded;
     const auto receiver = test::make_receiver(server, "TRIAGE.ACTION", guarded);
     const auto hostile = start_hostile(certificates.options("price-server"));
-    // Of each round OTHER.A is heard, what comes from "*" and "t:OTHER" is refused, and from "t:TRIAGE" nothing comes.
+    // Of each round OTHER.A is heard, what comes from "*" and "t:OTHER" is refused, and from "t:TRIAGE" nothing comes,
+    // nor from "a:", which with security nobody hears.
     ASSERT_TRUE(heard.wait([&] {
         hostile->tell("write");
         return heard.count(LBM_MSG_DATA, "OTHER.A") >= 20 && refused() >= 40;

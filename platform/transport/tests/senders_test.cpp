@@ -50,7 +50,10 @@ TEST_F(SendersTest, GivenWriters_WhenAskedFor_ThenTheirContextsAndTokensAreKnown
     ASSERT_NE(sender, nullptr);
     EXPECT_EQ(sender->token, "A");
     EXPECT_EQ(sender->context, peer.context());
+    EXPECT_FALSE(sender->any_topic);
     EXPECT_EQ(find(peer.writer(frames_topic, {partition, "another"}))->token, std::nullopt);
+    EXPECT_TRUE(find(peer.writer(frames_topic, {any_topic_partition}))->any_topic);
+    EXPECT_FALSE(find(peer.writer(frames_topic, {any_topic_partition, partition}))->any_topic);
     EXPECT_EQ(find(peer.writer("another_topic", {partition})), nullptr);
 }
 

@@ -252,7 +252,7 @@ int lbm_wildcard_rcv_str_getopt(lbm_wildcard_rcv_t* rcv, const char* option, cha
 #define LBM_SRC_NONBLOCK 0x8 /* fail with LBM_EWOULDBLOCK instead of waiting */
 #define LBM_SRC_BLOCK 0x10   /* wait for room */
 
-#define LBM_SRC_EVENT_CONNECT 1    /* the first receiver of this topic's transport is there */
+#define LBM_SRC_EVENT_CONNECT 1    /* the first receiver is there that is sent what the source sends */
 #define LBM_SRC_EVENT_DISCONNECT 2 /* the last one has gone */
 
 typedef int (*lbm_src_cb_proc)(lbm_src_t* src, int event, void* event_data, void* clientd);
@@ -272,8 +272,9 @@ int lbm_src_topic_alloc(lbm_topic_t** topic, lbm_context_t* ctx, const char* nam
  * gets what is sent from its connection on: what was sent before nobody resends, and it is no loss. */
 int lbm_src_create(lbm_src_t** src, lbm_context_t* ctx, lbm_topic_t* topic, lbm_src_cb_proc proc, void* clientd,
                    lbm_event_queue_t* evq);
-/* Copies the payload; returns when the transport has accepted it, in order with all other sends of the context that
- * share the topic's first token. There is no room while receivers have not acknowledged more than 4 MiB of these. A
+/* Copies the payload; returns when the transport has accepted it, in order with all other sends of the context whose
+ * sources share `when_full` and, unless the context's `source_order` is "context", the topic's first token. There is no
+ * room while receivers have not acknowledged more than `send_window_bytes` of these, unless `when_full` is "lose". A
  * send that fails has consumed no sequence number. */
 int lbm_src_send(lbm_src_t* src, const char* data, size_t length, int flags);
 /* While receivers do not acknowledge, waits for room for the source's end, at most for `close_wait_ms`; without room

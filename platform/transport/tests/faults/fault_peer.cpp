@@ -51,14 +51,14 @@ test::OptionList parse_options(std::vector<std::string>& arguments)
     return options;
 }
 
-std::uint64_t window_bytes(const test::OptionList& options)
+std::string option(const test::OptionList& options, std::string_view wanted, const char* unless_configured)
 {
     for (const auto& [name, value] : options) {
-        if (std::string_view{name} == "send_window_bytes") {
-            return std::stoull(value);
+        if (name == wanted) {
+            return value;
         }
     }
-    return 4U << 20U; // what is the case unless configured
+    return unless_configured;
 }
 
 class FaultPeer {
@@ -66,7 +66,8 @@ public:
     FaultPeer(const char* board, const test::OptionList& options)
         : board_(test::map_board(board))
         , ledger_(*board_)
-        , window_bytes_(window_bytes(options))
+        , window_bytes_(std::stoull(option(options, "send_window_bytes", "4194304")))
+        , ordered_(option(options, "source_order", "token") == "context")
         , ctx_(test::make_context(options))
     {
     }
@@ -214,9 +215,12 @@ private:
         note_written();
     }
 
-    static void send_one(lbm_src_t* source, test::Sent& sent, int flags)
+    void send_one(lbm_src_t* source, test::Sent& sent, int flags)
     {
         std::string payload = std::to_string(sent.accepted);
+        if (ordered_) {
+            payload += ' ' + std::to_string(sent_by_all_++);
+        }
         payload.resize(payload_bytes, ' ');
         sent.tried = sent.accepted + 1;
         test::check(lbm_src_send(source, payload.data(), payload.size(), flags));
@@ -276,6 +280,8 @@ private:
     std::condition_variable changed_;
     bool held_ = false;
     const std::uint64_t window_bytes_;
+    const bool ordered_; ///< among all sources
+    std::uint64_t sent_by_all_ = 0;
     test::ContextHandle ctx_;
     test::WildcardHandle receiver_;
     std::vector<test::SourceHandle> sources_;

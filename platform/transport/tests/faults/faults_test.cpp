@@ -35,6 +35,13 @@ TEST_F(SendAndClose, CleanClose)
     expect_all_delivered(account);
 }
 
+TEST_F(SendAndClose, CleanCloseInOneOrder)
+{
+    const Account account = send_and_close(with(patient, {{"source_order", "context"}}), patient, 20'000);
+    EXPECT_EQ(account.sent, 80'000U);
+    expect_all_delivered(account);
+}
+
 TEST_F(FaultScenario, PublisherKilled50Times)
 {
     FaultProcess& listener = start_listener(mortal);
@@ -84,6 +91,7 @@ TEST_F(FaultScenario, EngineLosesAtTheStartOf64Streams)
         await_ends(listener, publisher);
     }
     const Account account = balance({&listener});
+    EXPECT_EQ(account.sent, 64'000U);
     expect_all_delivered(account);
     expect_one_life_each(account, 64);
 }
@@ -91,7 +99,9 @@ TEST_F(FaultScenario, EngineLosesAtTheStartOf64Streams)
 TEST_F(SendAndClose, EngineLosesLargeFrames200Permille)
 {
     const OptionList options = with(patient, {{"fault_transmit_loss_permille", "200"}});
-    expect_all_delivered(send_and_close(options, options, 5'000));
+    const Account account = send_and_close(options, options, 5'000);
+    EXPECT_EQ(account.sent, 20'000U);
+    expect_all_delivered(account);
 }
 
 class FramesDropped : public SendAndClose, public WithParamInterface<const char*> {};

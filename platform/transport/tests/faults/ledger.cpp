@@ -62,8 +62,23 @@ void Ledger::data(Source& source, const lbm_msg_t& msg)
     if (parsed.ec != std::errc{} || number != msg.sequence_number) {
         complain(source, "data that is not what was sent under its number", msg.sequence_number);
     }
+    check_order(source, msg, parsed.ptr + 1);
     ++source.heard.delivered;
     source.heard.next = msg.sequence_number + 1ULL;
+}
+
+void Ledger::check_order(Source& source, const lbm_msg_t& msg, const char* count)
+{
+    std::uint64_t number = 0;
+    if (std::from_chars(count, msg.data + msg.len, number).ec != std::errc{}) {
+        return; // no order is promised
+    }
+    const std::string name = msg.source;
+    std::uint64_t& next = counts_[name.substr(0, name.rfind(':'))];
+    if (number < next) {
+        complain(source, "what another source of its sender has overtaken", msg.sequence_number);
+    }
+    next = number + 1;
 }
 
 /// How long it is shows in the next number that is heard of.

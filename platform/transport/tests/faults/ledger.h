@@ -12,7 +12,8 @@
 
 namespace test {
 
-/// Payloads begin with the number of the message in text, which is to be its sequence number.
+/// Payloads begin with the number of the message in text, which is to be its sequence number. Of a sender that promises
+/// an order among all its sources a second one follows, which counts the messages of them all.
 /// Threads   one at a time.
 class Ledger {
 public:
@@ -33,7 +34,8 @@ private:
 
     Source& find(const char* name);
     static void begin(Source& source, std::uint64_t number);
-    static void data(Source& source, const lbm_msg_t& msg);
+    void data(Source& source, const lbm_msg_t& msg);
+    void check_order(Source& source, const lbm_msg_t& msg, const char* count);
     static void loss(Source& source, const lbm_msg_t& msg);
     static void end(Source& source, std::uint64_t number);
     static void reach(Source& source, std::uint64_t number);
@@ -41,6 +43,7 @@ private:
 
     Board& board_;
     std::unordered_map<std::string, Source> sources_;
+    std::unordered_map<std::string, std::uint64_t> counts_; ///< the next of each sender, at the least
 };
 
 } // namespace test

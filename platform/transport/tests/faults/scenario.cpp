@@ -108,7 +108,7 @@ std::string scenario_name()
     }
     const std::string suite = test.test_suite_name();
     const std::string name = test.name();
-    return suite.substr(suite.find('/') + 1) + name.substr(name.find('/') + 1) + "Permille";
+    return suite.substr(suite.find('/') + 1) + name.substr(name.find('/') + 1) + suite.substr(0, suite.find('/'));
 }
 
 } // namespace

@@ -154,17 +154,20 @@ TEST_F(Stops, ReceiverStoppedBesideLosingSources)
     }
 }
 
-// What the receiver missed includes their first messages.
-TEST_F(Stops, SourcesComeWhileTheirReceiverIsStopped)
+/// What the receiver missed includes the first messages of the sources that came.
+class SourcesComeWhileStopped : public Stops, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SourcesComeWhileStopped, ThenTheyAreToldOfFromTheirStart)
 {
-    FaultProcess& listener = start_listener(patient);
-    FaultProcess& publisher = start_publisher(with(patient, {{"send_window_bytes", "262144"}}), "when_full=lose");
+    FaultProcess& listener = start_listener(patient, "F[ABC]\\.[0-9.]+");
+    FaultProcess& publisher = start_publisher(
+        with(patient, {{"send_window_bytes", "262144"}, {"source_order", GetParam()}}), "when_full=lose");
     publisher.tell("flow 1 5");
     await_progress(listener, publisher);
     publisher.tell("halt");
     listener.child().stop();
     publisher.tell(more_than_a_socket_takes);
-    publisher.tell("open FA.0 2 when_full=lose");
+    publisher.tell(GetParam() == std::string{"token"} ? "open FA.0 2 when_full=lose" : "open FC.0 2 when_full=lose");
     publisher.tell("push 8000");
     publisher.tell("close");
     listener.child().signal(SIGCONT);
@@ -175,6 +178,9 @@ TEST_F(Stops, SourcesComeWhileTheirReceiverIsStopped)
     EXPECT_EQ(account.died, 0U);
     EXPECT_GT(listener.heard(publisher, sources_each)->lost, 0U) << "more was sent than is kept for it";
 }
+
+INSTANTIATE_TEST_SUITE_P(Order, SourcesComeWhileStopped, testing::Values("token", "context"),
+                         [](const auto& order) { return order.param == std::string{"token"} ? "Token" : "Context"; });
 
 } // namespace
 } // namespace test

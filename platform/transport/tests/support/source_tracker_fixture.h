@@ -49,7 +49,7 @@ protected:
 
     void frame(std::uint64_t stream_sequence, std::vector<WireMessage> messages, SourceTracker::ReaderId reader = 1)
     {
-        tracker.frame(stream, reader, {unheard + stream_sequence, next_source, std::move(messages), 0}, now);
+        tracker.frame(stream, reader, {unheard + stream_sequence, next_source, std::move(messages), 0}, now, carries);
     }
     void page(std::initializer_list<CatalogueEntry> entries)
     {
@@ -75,6 +75,7 @@ protected:
     Log log;
     SourceTracker tracker{log};
     Clock::time_point now{std::chrono::hours{1}};
+    Carries carries = Carries::one_token;
     std::uint64_t unheard = 10; ///< frames of the stream that went before those told of here
     std::uint64_t busy_frame = 0;
     std::uint32_t next_source = 100; ///< as frames say: all of the sources here are older
