@@ -102,11 +102,11 @@ TEST_F(SourceOrder, GivenAReceiverOfOneTopic_WhenOthersAreSent_ThenTheyComeAlong
 TEST_F(SourceOrder, GivenNoReceiverForAWhile_WhenOneComesAgain_ThenWhatWasSentMeanwhileIsNoLoss)
 {
     test::Recorder first;
+    test::Recorder second;
     auto receiver = test::make_receiver(hearing, topics[0], first);
     test::connect(sources[0], first, topics[0]);
     receiver.reset();
     test::send(sources[0], "unheard", LBM_MSG_FLUSH);
-    test::Recorder second;
     receiver = test::make_receiver(hearing, topics[0], second);
     test::connect(sources[0], second, topics[0]);
     sources[0].reset();

@@ -190,6 +190,16 @@ void Faults::await_progress(const FaultProcess& listener, const FaultProcess& se
     }
 }
 
+void Faults::await_data(const FaultProcess& listener, const FaultProcess& sender)
+{
+    for (std::uint32_t i = 0; i < sender.board().sources; ++i) {
+        await(listener.name() + " hears of source " + std::to_string(i) + " of " + sender.name(), [&] {
+            const Heard* const now = listener.heard(sender, i);
+            return now != nullptr && now->delivered > 0;
+        });
+    }
+}
+
 void Faults::await_ends(const FaultProcess& listener, const FaultProcess& sender)
 {
     for (std::uint32_t i = 0; i < sender.board().sources; ++i) {
@@ -258,15 +268,16 @@ void Faults::check_unfinished(const FaultProcess& listener)
     }
 }
 
-bool heard_from_the_start(const FaultProcess& listener, const FaultProcess& sender)
+testing::AssertionResult heard_from_the_start(const FaultProcess& listener, const FaultProcess& sender)
 {
     for (std::uint32_t i = 0; i < sender.board().sources; ++i) {
         const Heard* const h = listener.heard(sender, i);
         if (h == nullptr || h->first != 0) {
-            return false;
+            return testing::AssertionFailure() << "source " << i << " was heard from "
+                                               << (h == nullptr ? "no number" : std::to_string(h->first)) << " on";
         }
     }
-    return true;
+    return testing::AssertionSuccess();
 }
 
 } // namespace test

@@ -78,6 +78,8 @@ protected:
     static void await(const std::string& what, const Condition& condition);
     /// For each source of the sender: at least so many more were delivered than when it was called.
     static void await_progress(const FaultProcess& listener, const FaultProcess& sender, std::uint64_t more = 1);
+    /// Some data of each of its sources.
+    static void await_data(const FaultProcess& listener, const FaultProcess& sender);
     static void await_ends(const FaultProcess& listener, const FaultProcess& sender);
     /// The same of a sender that has closed, up to the last number: one that was out of hearing has ended before.
     static void await_last_words(const FaultProcess& listener, const FaultProcess& sender);
@@ -99,6 +101,6 @@ private:
 };
 
 /// Whether every number from the first was heard of: for receivers that were there before.
-bool heard_from_the_start(const FaultProcess& listener, const FaultProcess& sender);
+testing::AssertionResult heard_from_the_start(const FaultProcess& listener, const FaultProcess& sender);
 
 } // namespace test
