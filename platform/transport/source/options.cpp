@@ -76,8 +76,8 @@ constexpr auto catalogue = std::to_array<OptionSpec>({
     integer(Scope::context, "flush_gap_us", "us", 0, 1'000'000, "50",
             "A message that follows the last send sooner than this waits for company; 0 sends each at once"),
     choice(Scope::context, "source_order", "token|context", "token",
-           "Order is kept among sources of one first topic token, or of all, if their when_full agrees; with security "
-           "token"),
+           "Order is kept among sources of one first topic token, or of all, if their when_full agrees; context is "
+           "refused with security"),
     integer(Scope::context, "receive_queue_bytes_max", "bytes", 64 * kib, 64 * gib, "268435456",
             "Received messages that wait for callbacks; what exceeds it is reported as loss"),
     integer(Scope::context, "close_wait_ms", "ms", 0, 60'000, "10000",

@@ -7,9 +7,8 @@
 ///           more, and then after `repair_grace` in any case; the loss of the stream's sender.
 /// Revival   a source that was closed never returns. One whose sender was lost may: it begins again, and what it sent
 ///           in between is a loss.
-/// Losses    follow from the sequence numbers alone. Sources of which everything is owed, see HeardStream, are
-/// accounted
-///           for from their first message, be it that only their end is heard of; others from their first message here.
+/// Losses    follow from the sequence numbers alone. Sources of which everything is owed, see HeardStream, count from
+///           their first message, be it that only their end is heard of; others from their first message here.
 /// Threads   not synchronised.
 #pragma once
 

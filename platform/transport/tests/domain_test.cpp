@@ -65,8 +65,16 @@ TEST(Domain, GivenPeers_WhenConfigured_ThenEachIsLookedThroughWithMulticastToo)
 
 TEST(Domain, GivenDefaults_WhenConfigured_ThenMoreIsHeldBackThanTheLargestWindowTakes)
 {
-    EXPECT_THAT(xml_of({}), AllOf(HasSubstr("<PrimaryReorderMaxSamples>16777216<"),
-                                  HasSubstr("<SecondaryReorderMaxSamples>16777216<")));
+    constexpr std::uint64_t window_max = 1'073'741'824;
+    constexpr std::uint64_t packet_min = 64;
+    const std::string xml = xml_of({{"send_window_bytes", std::to_string(window_max).c_str()}});
+    for (const std::string name : {"PrimaryReorderMaxSamples", "SecondaryReorderMaxSamples"}) {
+        const std::size_t at = xml.find('<' + name + '>');
+        ASSERT_NE(at, std::string::npos) << name;
+        EXPECT_GE(std::stoull(xml.substr(at + name.size() + 2)) * packet_min, window_max) << name;
+    }
+    EXPECT_THROW(xml_of({{"send_window_bytes", std::to_string(window_max + 1).c_str()}}), TransportError)
+        << "a larger window needs more";
 }
 
 TEST(Domain, GivenPeersThatAreNoHosts_WhenConfigured_ThenTheyAreNamed)

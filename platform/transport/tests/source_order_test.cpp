@@ -45,6 +45,15 @@ protected:
             ASSERT_EQ(numbers[n], std::to_string(n));
         }
     }
+    /// Of all sources, whichever receivers of `hearing` record them.
+    void expect_order(const test::Recorder& recorder) const
+    {
+        constexpr std::size_t many = 20'000;
+        connect_all(recorder);
+        send_numbers(many);
+        expect_numbers(recorder, many);
+        EXPECT_EQ(stats_of(hearing).copies_dropped, 0U);
+    }
     static lbm_context_stats_t stats_of(const test::ContextHandle& context)
     {
         lbm_context_stats_t stats{};
@@ -63,16 +72,11 @@ protected:
     }();
 };
 
-constexpr std::size_t many = 20'000;
-
 TEST_F(SourceOrder, GivenAReceiverOfAll_WhenSourcesTakeTurns_ThenItHearsThemInTheirOrder)
 {
     test::Recorder all;
     const auto receiver = test::make_wildcard(hearing, "O[ABC]\\..*", all);
-    connect_all(all);
-    send_numbers(many);
-    expect_numbers(all, many);
-    EXPECT_EQ(stats_of(hearing).copies_dropped, 0U);
+    expect_order(all);
 }
 
 TEST_F(SourceOrder, GivenReceiversOfDifferentFirstTokens_WhenSourcesTakeTurns_ThenTheirContextKeepsTheOrder)
@@ -81,10 +85,7 @@ TEST_F(SourceOrder, GivenReceiversOfDifferentFirstTokens_WhenSourcesTakeTurns_Th
     const auto one = test::make_receiver(hearing, "OA.1", all);
     const auto other = test::make_wildcard(hearing, "OB\\..*", all);
     const auto rest = test::make_wildcard(hearing, "OC\\..*", all);
-    connect_all(all);
-    send_numbers(many);
-    expect_numbers(all, many);
-    EXPECT_EQ(stats_of(hearing).copies_dropped, 0U);
+    expect_order(all);
 }
 
 TEST_F(SourceOrder, GivenAReceiverOfOneTopic_WhenOthersAreSent_ThenTheyComeAlongUnwanted)

@@ -62,15 +62,16 @@ void Ledger::data(Source& source, const lbm_msg_t& msg)
     if (parsed.ec != std::errc{} || number != msg.sequence_number) {
         complain(source, "data that is not what was sent under its number", msg.sequence_number);
     }
-    check_order(source, msg, parsed.ptr + 1);
+    check_order(source, msg, {parsed.ptr, msg.data + msg.len});
     ++source.heard.delivered;
     source.heard.next = msg.sequence_number + 1ULL;
 }
 
-void Ledger::check_order(Source& source, const lbm_msg_t& msg, const char* count)
+void Ledger::check_order(Source& source, const lbm_msg_t& msg, std::string_view rest)
 {
+    rest.remove_prefix(rest.starts_with(' ') ? 1 : 0);
     std::uint64_t number = 0;
-    if (std::from_chars(count, msg.data + msg.len, number).ec != std::errc{}) {
+    if (std::from_chars(rest.data(), rest.data() + rest.size(), number).ec != std::errc{}) {
         return; // no order is promised
     }
     const std::string name = msg.source;

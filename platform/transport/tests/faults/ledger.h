@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include <lbm/lbm.h>
@@ -35,7 +36,7 @@ private:
     Source& find(const char* name);
     static void begin(Source& source, std::uint64_t number);
     void data(Source& source, const lbm_msg_t& msg);
-    void check_order(Source& source, const lbm_msg_t& msg, const char* count);
+    void check_order(Source& source, const lbm_msg_t& msg, std::string_view rest);
     static void loss(Source& source, const lbm_msg_t& msg);
     static void end(Source& source, std::uint64_t number);
     static void reach(Source& source, std::uint64_t number);
