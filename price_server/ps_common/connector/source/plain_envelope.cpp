@@ -6,12 +6,15 @@
 //   C0 80 passes. All of them pass unchanged.
 // - The escapes are those of JSON. Each \u outside the surrogates is one character, \u0000 included.
 // Whatever is not sure to be right is left to the full reader, so that every failure is its own: a byte order mark,
-// surrogates, containers, keys with escapes.
+// surrogates, containers, keys that are not plain ASCII.
 #include "plain_envelope.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <utility>
+
+#include <emmintrin.h>
 
 namespace ps_ns {
 namespace {
@@ -53,13 +56,34 @@ bool IsTrailing(char c)
     return (static_cast<std::uint8_t>(c) & 0xC0U) == 0x80U;
 }
 
-/// What stands for itself in a string, one byte a character.
-constexpr auto plainBytes = [] {
-    std::array<bool, 256> plain{};
-    for (std::size_t byte = 0x20; byte < 0x80; ++byte) {
-        plain[byte] = byte != '"' && byte != '\\';
+/// As many bytes as are looked at together.
+constexpr std::ptrdiff_t blockBytes = sizeof(__m128i);
+
+/// How many of a block's first bytes stand for themselves in a string, one byte a character: ASCII without controls,
+/// quote and backslash.
+int PlainBytes(const char* block)
+{
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+    const __m128i quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i backslashes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    const __m128i others = _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)); // as signed: those above ASCII, too
+    const int special = _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(quotes, backslashes), others));
+    return std::countr_zero(static_cast<unsigned>(special) | 1U << blockBytes);
+}
+
+bool IsPlain(char c)
+{
+    return c >= 0x20 && c != '"' && c != '\\';
+}
+
+/// What stands behind a backslash for one character; 0 for what does not.
+constexpr auto escapes = [] {
+    std::array<char, 256> characters{};
+    constexpr std::string_view letters = R"("\/bfnrt)";
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        characters[static_cast<std::uint8_t>(letters[i])] = "\"\\/\b\f\n\r\t"[i];
     }
-    return plain;
+    return characters;
 }();
 
 /// A place in the payload. What takes something is false, and may have moved on, when it is not there.
@@ -117,41 +141,25 @@ public:
         return TakeDigits();
     }
 
-    /// Of a key, which has no escapes: a view of the payload.
+    /// Of a key, which is plain: a view of the payload.
     bool TakeKey(std::string_view& key)
     {
         if (!Take('"')) {
             return false;
         }
         const char* const begin = m_at;
-        if (!SkipCharacters() || Peek() != '"') {
-            return false;
-        }
+        SkipPlain();
         key = {begin, m_at};
-        ++m_at;
-        return true;
+        return Take('"');
     }
 
-    /// Behind the opening quote: the contents, appended.
+    /// Behind the opening quote: the contents.
     bool TakeString(std::string& out)
     {
-        const char* const next_quote = std::find(m_at, m_end, '"');
-        if (next_quote != m_end && next_quote[-1] == '\\') {
-            out.reserve(static_cast<std::size_t>(m_end - m_at)); // a record: it is the rest, mostly
-        }
-        while (true) {
-            const char* const run = m_at;
-            if (!SkipCharacters()) {
-                return false;
-            }
-            out.append(run, m_at);
-            if (Take('"')) {
-                return true;
-            }
-            if (!Take('\\') || !TakeEscape(out)) {
-                return false;
-            }
-        }
+        const char* const begin = m_at;
+        SkipPlain();
+        out.assign(begin, m_at);
+        return Take('"') || TakeRest(out);
     }
 
     const char* At() const { return m_at; }
@@ -164,41 +172,64 @@ private:
         return m_at != first;
     }
 
-    /// To the next quote or backslash.
-    bool SkipCharacters()
+    void SkipPlain()
     {
-        while (true) {
-            while (!AtEnd() && plainBytes[static_cast<std::uint8_t>(*m_at)]) {
-                ++m_at;
+        while (m_end - m_at >= blockBytes) {
+            const std::ptrdiff_t plain = PlainBytes(m_at);
+            m_at += plain;
+            if (plain < blockBytes) {
+                return;
             }
-            if (AtEnd()) {
-                return false;
-            }
-            if (*m_at == '"' || *m_at == '\\') {
-                return true;
-            }
-            const int trailing = TrailingBytes(*m_at);
-            if (trailing < 0 || m_end - m_at <= trailing || !std::all_of(m_at + 1, m_at + 1 + trailing, IsTrailing)) {
-                return false;
-            }
-            m_at += 1 + trailing;
         }
+        m_at = std::find_if_not(m_at, m_end, IsPlain);
     }
 
-    bool TakeEscape(std::string& out)
+    /// Of a string that is not all plain. No character gets longer, so what is left of the payload is room enough.
+    bool TakeRest(std::string& out)
     {
-        static constexpr std::string_view escapes = R"("\/bfnrt)";
-        static constexpr std::string_view characters = "\"\\/\b\f\n\r\t";
-        const char c = Peek();
-        if (const std::size_t found = escapes.find(c); found != std::string_view::npos && !AtEnd()) {
-            ++m_at;
-            out += characters[found];
-            return true;
+        const std::size_t begun = out.size();
+        out.resize(begun + static_cast<std::size_t>(m_end - m_at));
+        char* to = out.data() + begun;
+        while (!Take('"')) {
+            if (!(Take('\\') ? TakeEscape(to) : TakeCharacter(to))) {
+                return false;
+            }
+            TakePlain(to);
         }
-        return Take('u') && TakeCodePoint(out);
+        out.resize(static_cast<std::size_t>(to - out.data()));
+        return true;
     }
 
-    bool TakeCodePoint(std::string& out)
+    void TakePlain(char*& to)
+    {
+        const char* const run = m_at;
+        SkipPlain();
+        to = std::copy(run, m_at, to);
+    }
+
+    /// Of several bytes.
+    bool TakeCharacter(char*& to)
+    {
+        const int trailing = AtEnd() ? -1 : TrailingBytes(*m_at);
+        if (trailing < 0 || m_end - m_at <= trailing || !std::all_of(m_at + 1, m_at + 1 + trailing, IsTrailing)) {
+            return false;
+        }
+        to = std::copy_n(m_at, 1 + trailing, to);
+        m_at += 1 + trailing;
+        return true;
+    }
+
+    bool TakeEscape(char*& to)
+    {
+        if (Take('u')) {
+            return TakeCodePoint(to);
+        }
+        const char character = AtEnd() ? '\0' : escapes[static_cast<std::uint8_t>(*m_at++)];
+        *to++ = character;
+        return character != '\0';
+    }
+
+    bool TakeCodePoint(char*& to)
     {
         unsigned value = 0;
         for (int i = 0; i < 4; ++i) {
@@ -211,7 +242,7 @@ private:
         if (value >= 0xD800 && value <= 0xDFFF) {
             return false;
         }
-        AppendUtf8(out, value);
+        WriteUtf8(to, value);
         return true;
     }
 
@@ -226,18 +257,18 @@ private:
         return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
     }
 
-    static void AppendUtf8(std::string& out, unsigned value)
+    static void WriteUtf8(char*& to, unsigned value)
     {
         const auto trailing = [](unsigned bits) { return static_cast<char>(0x80U | (bits & 0x3FU)); };
         if (value < 0x80) {
-            out += static_cast<char>(value);
+            *to++ = static_cast<char>(value);
         } else if (value < 0x800) {
-            out += static_cast<char>(0xC0U | (value >> 6U));
-            out += trailing(value);
+            *to++ = static_cast<char>(0xC0U | (value >> 6U));
+            *to++ = trailing(value);
         } else {
-            out += static_cast<char>(0xE0U | (value >> 12U));
-            out += trailing(value >> 6U);
-            out += trailing(value);
+            *to++ = static_cast<char>(0xE0U | (value >> 12U));
+            *to++ = trailing(value >> 6U);
+            *to++ = trailing(value);
         }
     }
 
@@ -264,11 +295,11 @@ bool TakeScalar(Cursor& cursor, std::string& out)
     if (!cursor.TakeWord("true") && !cursor.TakeWord("false") && !cursor.TakeWord("null") && !cursor.TakeNumber()) {
         return false;
     }
-    out.append(begin, cursor.At());
+    out.assign(begin, cursor.At());
     return true;
 }
 
-/// Any value that is no container, and the blanks around it: its text, appended.
+/// Any value that is no container, and the blanks around it: its text.
 bool TakeValue(Cursor& cursor, std::string& out)
 {
     cursor.SkipBlanks();

@@ -35,6 +35,36 @@ TEST(PlainEnvelope, GivenEscapesAndBytesAboveAscii_WhenRead_ThenTheyAreTakenAsTh
         IsReadAlike(WithData("\"\x7F\xC0\x80\xDF\xBF\xE0\x80\x80\xEF\xBF\xBF\xF0\x80\x80\x80\xF7\xBF\xBF\xBF\"")));
 }
 
+/// Strings are read by blocks of sixteen bytes, and byte by byte where the payload is about to end.
+TEST(PlainEnvelope, GivenEachByteAnywhereInTwoBlocks_WhenRead_ThenItCountsAsForTheFullReader)
+{
+    constexpr std::size_t size = 34;
+    for (const std::size_t behind : {0U, 16U}) {
+        for (std::size_t at = 0; at < size; ++at) {
+            std::string value(size, 'x');
+            for (unsigned byte = 0; byte < 256; ++byte) {
+                value[at] = static_cast<char>(byte);
+                const std::string payload = WithData('"' + value + '"') + std::string(behind, ' ');
+                const bool plainAscii = byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
+                ASSERT_EQ(IsReadAlike(payload), plainAscii) << payload;
+            }
+        }
+    }
+}
+
+TEST(PlainEnvelope, GivenEscapesAndLongCharactersAnywhereInTwoBlocks_WhenRead_ThenTheyAreTaken)
+{
+    for (const char* piece : {"\\\"", "\\\\\\n", "\\u20AC", "\xC3\xA9", "\xF0\x9F\x98\x80"}) {
+        for (std::size_t before = 0; before < 34; ++before) {
+            for (const std::size_t between : {0U, 1U, 15U, 16U, 17U}) {
+                const std::string value =
+                    std::string(before, 'x') + piece + std::string(between, 'y') + piece + std::string(before, 'z');
+                ASSERT_TRUE(IsReadAlike(WithData('"' + value + '"'))) << value;
+            }
+        }
+    }
+}
+
 TEST(PlainEnvelope, GivenWhatItIsNotSureOf_WhenRead_ThenItIsLeftToTheFullReader)
 {
     for (const std::string& payload : {std::string{},
@@ -64,6 +94,7 @@ TEST(PlainEnvelope, GivenWhatItIsNotSureOf_WhenRead_ThenItIsLeftToTheFullReader)
                                        WithData(R"("\uDE00")"),
                                        WithData("\"open"),
                                        std::string{R"({"\u0065t":1,"dt":2,"id":3})"},
+                                       std::string{"{\"\xC3\xA9\":0,\"et\":1,\"dt\":2,\"id\":3}"},
                                        std::string{R"({"dt":2,"id":3})"},
                                        std::string{R"({"et":1,"dt":2,"id":3,})"},
                                        std::string{R"({"et":1 "dt":2,"id":3})"}}) {
@@ -105,10 +136,12 @@ public:
     }
 
 private:
-    static constexpr std::array<std::string_view, 4> seeds{
+    static constexpr std::array<std::string_view, 5> seeds{
         plain, R"({"et":"Delete","dt":"ProductDeleteRecord","id":"9"})",
         R"( { "x" : null , "et" : "\u0041" , "dt":"\/\\" , "id" : 1.0E+05 , "data" : "" } )",
-        "{\"dt\":\"d\xC3\xA9\",\"id\":true,\"et\":\"e\",\"id\":false,\"data\":\"[\\\"\\u20ac\\\"]\"}"};
+        "{\"dt\":\"d\xC3\xA9\",\"id\":true,\"et\":\"e\",\"id\":false,\"data\":\"[\\\"\\u20ac\\\"]\"}",
+        "{\"et\":\"as long as a block and longer\",\"dt\":\"\",\"id\":\"\",\"data\":\"{\\\"as long as a "
+        "block\\\":\xE2\x82\xAC}\"}"};
     static constexpr std::array<std::string_view, 32> pieces{
         "\"",   "\\",   "\\\"", "\\u",      "\\u00e9", "\\uD800", "\\uDC00",   "\\n",
         "{",    "}",    "[",    "]",        ":",       ",",       " ",         "\n",
