@@ -14,16 +14,16 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::FieldOptions;
 
-/// As a C string: a key ends at its first zero byte.
+/// The option ends at its first zero byte, as a C string. A field's name has none.
 std::string_view key_of(const FieldDescriptor& field)
 {
     const FieldOptions& options = field.options();
     if (&options == &FieldOptions::default_instance()) { // it has none at all, which is quick to see
-        return field.name().c_str();
+        return field.name();
     }
     const std::string& name = options.GetExtension(messaging::gson_name);
     const bool is_set = &name != &messaging::gson_name.default_value(); // asking for it would be a second search
-    return (is_set ? name : field.name()).c_str();
+    return is_set ? std::string_view(name.c_str()) : field.name();
 }
 
 template <class Word>
@@ -75,23 +75,17 @@ void JSONProto::FieldDescriptorIndex::MakeTable()
     m_index.resize(slots_for(static_cast<std::size_t>(m_type->field_count())));
     for (int i = 0; i < m_type->field_count(); ++i) {
         const std::string_view key = key_of(*m_type->field(i));
-        const std::uint32_t hash = hash_of(key);
-        m_index[SlotOf(key, hash)] = {hash, i + 1};
+        m_index[SlotOf(key)] = {key, m_type->field(i)};
     }
 }
 
-const FieldDescriptor* JSONProto::FieldDescriptorIndex::FieldIn(const Slot& slot) const
-{
-    return m_type->field(slot.place - 1);
-}
-
 /// The key's own slot, or the free one that it would take: there always is one.
-std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key, std::uint32_t hash) const
+std::size_t JSONProto::FieldDescriptorIndex::SlotOf(std::string_view key) const
 {
     const std::size_t mask = m_index.size() - 1;
-    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
+    for (std::size_t at = hash_of(key) & mask;; at = (at + 1) & mask) {
         const Slot& slot = m_index[at];
-        if (slot.place == 0 || (slot.hash == hash && key_of(*FieldIn(slot)) == key)) {
+        if (slot.field == nullptr || slot.key == key) {
             return at;
         }
     }
@@ -102,8 +96,7 @@ const FieldDescriptor* JSONProto::FieldDescriptorIndex::FindFieldByName(std::str
     if (m_index.empty()) {
         return LookThrough(name);
     }
-    const Slot& slot = m_index[SlotOf(name, hash_of(name))];
-    return slot.place == 0 ? nullptr : FieldIn(slot);
+    return m_index[SlotOf(name)].field;
 }
 
 /// From the last declared, which wins among fields with one key.

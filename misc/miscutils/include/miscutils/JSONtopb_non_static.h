@@ -51,15 +51,13 @@ public:
 
     private:
         static constexpr std::size_t many = 2; ///< look-ups, from which on there is a table
-        /// The hash of a field's key, and its place among the message's fields, counted from 1; 0 is none.
         struct Slot {
-            std::uint32_t hash = 0;
-            std::int32_t place = 0;
+            std::string_view key; ///< the descriptor's own text
+            const google::protobuf::FieldDescriptor* field = nullptr;
         };
         void MakeTable();
         const google::protobuf::FieldDescriptor* LookThrough(std::string_view name) const;
-        const google::protobuf::FieldDescriptor* FieldIn(const Slot& slot) const;
-        std::size_t SlotOf(std::string_view key, std::uint32_t hash) const;
+        std::size_t SlotOf(std::string_view key) const;
 
         const google::protobuf::Descriptor* m_type;
         std::vector<Slot> m_index; ///< a hash table in one piece, made anew for every message; empty for one look-up
