@@ -1,6 +1,9 @@
 /// The text of a UUID.
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
 #include <string_view>
 
 #include <boost/uuid/string_generator.hpp>
@@ -8,39 +11,33 @@
 
 namespace qx::detail {
 
-/// Of a hexadecimal digit; 16 if it is none.
-constexpr unsigned hex_value(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return static_cast<unsigned>(c - '0');
+/// Of each byte as a hexadecimal digit; 16 if it is none.
+inline constexpr auto hex_values = [] {
+    std::array<std::uint8_t, 256> values{};
+    values.fill(16);
+    for (std::uint8_t digit = 0; digit < 16; ++digit) {
+        values[static_cast<std::uint8_t>("0123456789abcdef"[digit])] = digit;
+        values[static_cast<std::uint8_t>("0123456789ABCDEF"[digit])] = digit;
     }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>(lower - 'a') + 10 : 16;
-}
+    return values;
+}();
 
 /// The usual form, 8-4-4-4-12 digits. False for every other text, right or wrong.
 inline bool read_plain_uuid(std::string_view text, boost::uuids::uuid& uuid)
 {
-    constexpr std::string_view form = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
-    if (text.size() != form.size()) {
+    constexpr std::array<std::uint8_t, 4> hyphens{8, 13, 18, 23};
+    constexpr std::array<std::uint8_t, 16> bytes{0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
+    if (text.size() != 36 || std::any_of(hyphens.begin(), hyphens.end(), [&](auto at) { return text[at] != '-'; })) {
         return false;
     }
-    auto* byte = uuid.begin();
-    for (std::size_t i = 0; i < form.size(); ++i) {
-        if (form[i] == '-') {
-            if (text[i] != '-') {
-                return false;
-            }
-            continue;
-        }
-        const unsigned high = hex_value(text[i]);
-        const unsigned low = hex_value(text[++i]);
-        if (high > 15 || low > 15) {
-            return false;
-        }
-        *byte++ = static_cast<std::uint8_t>(high * 16 + low);
+    unsigned digits = 0; // all of them, one over the other
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const unsigned high = hex_values[static_cast<std::uint8_t>(text[bytes[i]])];
+        const unsigned low = hex_values[static_cast<std::uint8_t>(text[bytes[i] + 1U])];
+        digits |= high | low;
+        uuid.data[i] = static_cast<std::uint8_t>(high << 4U | low);
     }
-    return true;
+    return digits < 16;
 }
 
 /// Throws what the library's generator throws, which reads all but the usual form.

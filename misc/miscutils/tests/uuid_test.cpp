@@ -1,9 +1,13 @@
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include <boost/uuid/string_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "misc/miscutils/source/uuid_text.h"
 #include "misc/miscutils/tests/convert.h"
 
 namespace qx::test {
@@ -32,6 +36,29 @@ TEST(Uuid, GivenAllZeros_WhenConverted_ThenBothHalvesArePresent)
     EXPECT_TRUE(message.uuid().has_hi());
     EXPECT_TRUE(message.uuid().has_lo());
     EXPECT_EQ(message.uuid().hi(), 0U);
+}
+
+/// None when it is refused.
+template <class Read>
+std::optional<boost::uuids::uuid> uuid_by(const Read& read, const std::string& text)
+{
+    try {
+        return read(text);
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
+TEST(Uuid, GivenEachByteAnywhereInTheUsualForm_WhenRead_ThenItCountsAsForTheLibrary)
+{
+    const std::string usual = "00112233-4455-6677-8899-aabbCCDDEEFF";
+    for (std::size_t at = 0; at < usual.size(); ++at) {
+        for (unsigned byte = 0; byte < 256; ++byte) {
+            std::string text = usual;
+            text[at] = static_cast<char>(byte);
+            ASSERT_EQ(uuid_by(&detail::read_uuid, text), uuid_by(boost::uuids::string_generator{}, text)) << text;
+        }
+    }
 }
 
 class MalformedUuid : public testing::TestWithParam<const char*> {};
