@@ -126,6 +126,8 @@ void grow(const Report& report, std::size_t rounds)
                           std::to_string(count),
                       growth(instrument_with_list(count), count, instrument_with_list(more), more, rounds));
     }
+    report.growth("another member of an envelope with 100000, beside one of 10000",
+                  growth(instrument_among_members(10'000), 10'000, instrument_among_members(100'000), 100'000, rounds));
 }
 
 int run(int argc, char** argv)

@@ -99,6 +99,18 @@ Sample product()
                                                             "ProductDownloadRecord", record);
 }
 
+Sample instrument_among_members(std::size_t members)
+{
+    Sample sample = instrument(1'500);
+    std::string others;
+    for (std::size_t i = 0; i < members; ++i) {
+        others += R"("note":"\n",)";
+    }
+    sample.name = std::to_string(members) + " other members";
+    sample.payload.insert(1, others); // behind the brace
+    return sample;
+}
+
 Sample instrument_with_list(std::size_t elements)
 {
     Json record = Json::parse(record_of_about(1'500));

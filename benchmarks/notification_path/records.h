@@ -24,6 +24,9 @@ Sample instrument(std::size_t bytes);
 
 Sample product();
 
+/// An instrument record in an envelope with so many members that nobody asks for; each needs an escape.
+Sample instrument_among_members(std::size_t members);
+
 /// An instrument record with so many related instruments.
 Sample instrument_with_list(std::size_t elements);
 

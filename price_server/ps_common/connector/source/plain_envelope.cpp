@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 #include <emmintrin.h>
@@ -38,13 +39,10 @@ bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// How many bytes follow one that starts a character; -1 if it cannot start one.
+/// How many bytes follow one that starts a character of several; -1 if it cannot start one.
 int TrailingBytes(char lead)
 {
     const auto byte = static_cast<std::uint8_t>(lead);
-    if (byte < 0x80) {
-        return byte < 0x20 ? -1 : 0;
-    }
     if (byte < 0xC0 || byte >= 0xF8) {
         return -1;
     }
@@ -56,7 +54,7 @@ bool IsTrailing(char c)
     return (static_cast<std::uint8_t>(c) & 0xC0U) == 0x80U;
 }
 
-/// As many bytes as are looked at together.
+/// As many bytes as are looked at together. SSE2 is part of every x86-64, and this is built for no other machine.
 constexpr std::ptrdiff_t blockBytes = sizeof(__m128i);
 
 /// How many of a block's first bytes stand for themselves in a string, one byte a character: ASCII without controls,
@@ -71,9 +69,11 @@ int PlainBytes(const char* block)
     return std::countr_zero(static_cast<unsigned>(special) | 1U << blockBytes);
 }
 
+/// The same of one byte.
 bool IsPlain(char c)
 {
-    return c >= 0x20 && c != '"' && c != '\\';
+    const auto byte = static_cast<std::uint8_t>(c);
+    return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\';
 }
 
 /// What stands behind a backslash for one character; 0 for what does not.
@@ -184,19 +184,20 @@ private:
         m_at = std::find_if_not(m_at, m_end, IsPlain);
     }
 
-    /// Of a string that is not all plain. No character gets longer, so what is left of the payload is room enough.
+    /// Of a string that is not all plain, what comes behind its plain beginning.
     bool TakeRest(std::string& out)
     {
-        const std::size_t begun = out.size();
-        out.resize(begun + static_cast<std::size_t>(m_end - m_at));
-        char* to = out.data() + begun;
+        if (m_room == nullptr) {
+            m_room = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(m_end - m_at));
+        }
+        char* to = m_room.get();
         while (!Take('"')) {
             if (!(Take('\\') ? TakeEscape(to) : TakeCharacter(to))) {
                 return false;
             }
             TakePlain(to);
         }
-        out.resize(static_cast<std::size_t>(to - out.data()));
+        out.append(m_room.get(), to);
         return true;
     }
 
@@ -274,6 +275,9 @@ private:
 
     const char* m_at;
     const char* m_end;
+    /// For the text of one string at a time. No character gets longer, so what was left of the payload when it was made
+    /// is enough for every later string; one for each would make the time quadratic.
+    std::unique_ptr<char[]> m_room;
 };
 
 bool TakeKeyAndColon(Cursor& cursor, std::string_view& key)
@@ -308,6 +312,20 @@ bool TakeValue(Cursor& cursor, std::string& out)
     return taken;
 }
 
+using Texts = std::array<std::optional<std::string>, keys.size()>;
+
+/// Its text, where it is the first of that name and one that matters.
+bool TakeMember(Cursor& cursor, Texts& texts)
+{
+    std::string_view key;
+    if (!TakeKeyAndColon(cursor, key)) {
+        return false;
+    }
+    const std::size_t index = IndexOf(key);
+    std::string ignored;
+    return TakeValue(cursor, index < keys.size() && !texts[index] ? texts[index].emplace() : ignored);
+}
+
 bool TakeEnd(Cursor& cursor)
 {
     if (!cursor.Take('}')) {
@@ -322,20 +340,13 @@ bool TakeEnd(Cursor& cursor)
 bool PlainEnvelope::Read(std::string_view payload)
 {
     Texts texts;
-    std::string ignored;
     Cursor cursor(payload);
     cursor.SkipBlanks();
     if (!cursor.Take('{')) {
         return false;
     }
     do {
-        std::string_view key;
-        if (!TakeKeyAndColon(cursor, key)) {
-            return false;
-        }
-        const std::size_t index = IndexOf(key);
-        const bool wanted = index < keys.size() && !texts[index];
-        if (!TakeValue(cursor, wanted ? texts[index].emplace() : ignored)) {
+        if (!TakeMember(cursor, texts)) {
             return false;
         }
     } while (cursor.Take(','));

@@ -1,4 +1,4 @@
-/// The short way through an envelope as publishers write it: what `read_json` would make of it, for a tenth of the
+/// The short way through an envelope as publishers write it: what `read_json` would make of it, for a fraction of the
 /// time.
 #pragma once
 
@@ -26,9 +26,7 @@ public:
     const std::string* Text(std::string_view key) const;
 
 private:
-    using Texts = std::array<std::optional<std::string>, 4>;
-
-    Texts m_texts;
+    std::array<std::optional<std::string>, 4> m_texts;
 };
 
 } // namespace ps_ns

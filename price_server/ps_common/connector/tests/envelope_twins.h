@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <boost/property_tree/json_parser.hpp>
 
@@ -16,8 +17,9 @@ namespace ps_ns::test {
 /// full reader refuses, or gives another text, or another member than the record as missing.
 inline bool IsReadAlike(const std::string& payload)
 {
+    const std::vector<char> exact(payload.begin(), payload.end()); // nothing behind it that reading too far would find
     PlainEnvelope plain;
-    if (!plain.Read(payload)) {
+    if (!plain.Read({exact.data(), exact.size()})) {
         return false; // the full reader takes it from there
     }
     boost::property_tree::ptree members;
