@@ -67,15 +67,16 @@ double to_double(std::string_view text)
     return same ? value : leading_double(text);
 }
 
-struct UuidFields {
-    explicit UuidFields(const google::protobuf::Descriptor* type)
-        : uuidDesc(type)
+/// What is to be known of the message that a UUID's text fills.
+struct UuidType {
+    explicit UuidType(const google::protobuf::Descriptor* type)
+        : descriptor(type)
         , hi(type->FindFieldByNumber(messaging::Uuid::kHiFieldNumber))
         , lo(type->FindFieldByNumber(messaging::Uuid::kLoFieldNumber))
     {
     }
 
-    const google::protobuf::Descriptor* uuidDesc;
+    const google::protobuf::Descriptor* descriptor;
     const FieldDescriptor* hi;
     const FieldDescriptor* lo;
 };
@@ -226,17 +227,17 @@ void JSONProto::ParseUuid(Message* msg, const Reflection* ref, const FieldDescri
     Verify(name, json, JSON_STRING, strict);
     // Made before its type is looked at, and left present when the type is wrong: receivers test for presence.
     Message* submsg = ref->MutableMessage(msg, field);
-    // The member's type is asked, not the member: an owner may be destroyed while a last conversion still runs. Once
-    // for all: asking a generated type costs a look at its once flag, by way of the thread's storage.
-    static const UuidFields uuidFields(decltype(m_sampleUUID)::descriptor());
-    if (field->message_type() != uuidFields.uuidDesc) {
+    // The member's type is asked, not the member: an owner may be destroyed while a last conversion still runs. The
+    // answer is kept: a generated type goes through `call_once` for each, which writes to thread-local storage first.
+    static const UuidType uuidType(decltype(m_sampleUUID)::descriptor());
+    if (field->message_type() != uuidType.descriptor) {
         Fail(name, strict);
         return;
     }
     const boost::uuids::uuid uuid = detail::read_uuid(detail::text_of(json));
     const Reflection* subref = submsg->GetReflection();
-    subref->SetUInt64(submsg, uuidFields.hi, little_endian(uuid.data));
-    subref->SetUInt64(submsg, uuidFields.lo, little_endian(uuid.data + 8));
+    subref->SetUInt64(submsg, uuidType.hi, little_endian(uuid.data));
+    subref->SetUInt64(submsg, uuidType.lo, little_endian(uuid.data + 8));
 }
 
 // ---- The walk ------------------------------------------------------------------------------------------------------

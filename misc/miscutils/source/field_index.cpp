@@ -1,6 +1,5 @@
 #include <miscutils/JSONtopb_non_static.h>
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -14,7 +13,7 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::FieldOptions;
 
-/// The option ends at its first zero byte, as a C string. A field's name has none.
+/// The option ends at its first zero byte, as a C string. A field's name is of letters, digits and underscores.
 std::string_view key_of(const FieldDescriptor& field)
 {
     const FieldOptions& options = field.options();

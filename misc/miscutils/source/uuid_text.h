@@ -30,7 +30,7 @@ inline bool read_plain_uuid(std::string_view text, boost::uuids::uuid& uuid)
     if (text.size() != 36 || std::any_of(hyphens.begin(), hyphens.end(), [&](auto at) { return text[at] != '-'; })) {
         return false;
     }
-    unsigned digits = 0; // all of them, one over the other
+    unsigned digits = 0; // one over the other: whatever is none leaves bit 4 set
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const unsigned high = hex_values[static_cast<std::uint8_t>(text[bytes[i]])];
         const unsigned low = hex_values[static_cast<std::uint8_t>(text[bytes[i] + 1U])];

@@ -55,6 +55,24 @@ TEST(FieldDescriptorIndex, GivenNamesThatDifferInCase_WhenLookedUp_ThenTheyAreDi
     EXPECT_EQ(found("ID"), "");
 }
 
+TEST(FieldDescriptorIndex, GivenKeysThatHashAlike_WhenLookedUp_ThenEachFindsItsOwnField)
+{
+    EXPECT_EQ(found("quantity_1_quantity"), "quantity_1_quantity");
+    EXPECT_EQ(found("quantity_2_quantity"), "quantity_2_quantity");
+    EXPECT_EQ(found("quantity_3_quantity"), "");
+}
+
+TEST(FieldDescriptorIndex, GivenAFieldWithTheEmptyKey_WhenLookedUp_ThenItIsFoundLikeAnyOther)
+{
+    EmptyKey message;
+    for (const std::size_t lookups : {1U, 2U}) {
+        const JSONProto::FieldDescriptorIndex index(&message, lookups);
+        EXPECT_EQ(index.FindFieldByName(""), EmptyKey::descriptor()->FindFieldByName("unnamed"));
+        EXPECT_EQ(index.FindFieldByName("named"), EmptyKey::descriptor()->FindFieldByName("named"));
+        EXPECT_EQ(index.FindFieldByName("none"), nullptr);
+    }
+}
+
 TEST(FieldDescriptorIndex, GivenAnOptionWithAZeroByte_WhenLookedUp_ThenTheKeyEndsThere)
 {
     EXPECT_EQ(found("cut"), "cut");
