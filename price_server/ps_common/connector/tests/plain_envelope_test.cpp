@@ -203,7 +203,7 @@ class MutatedEnvelopes : public testing::TestWithParam<unsigned> {};
 
 TEST_P(MutatedEnvelopes, GivenManyOfThem_WhenRead_ThenNoneIsReadOtherwise)
 {
-    constexpr std::size_t count = 25'000;
+    constexpr std::size_t count = 30'000;
     Mutator mutator(GetParam());
     std::size_t taken = 0;
     for (std::size_t i = 0; i < count; ++i) {
