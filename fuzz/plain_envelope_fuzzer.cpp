@@ -8,6 +8,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     // An exception that leaves this function is a finding.
-    static_cast<void>(ps_ns::test::IsReadAlike({reinterpret_cast<const char*>(data), size}));
+    static_cast<void>(ps_ns::test::IsTakenAlike({reinterpret_cast<const char*>(data), size}));
     return 0;
 }

@@ -6,20 +6,18 @@
 
 namespace ps_ns {
 
-void NotificationEnvelope::Parse(const std::string& payload)
+NotificationEnvelope::NotificationEnvelope(const std::string& payload)
+    : m_plain(PlainEnvelope::Read(payload))
 {
-    if (m_plain.Read(payload)) {
-        m_members.clear();
-        return;
+    if (!m_plain) {
+        std::istringstream stream(payload);
+        boost::property_tree::read_json(stream, m_members);
     }
-    std::istringstream stream(payload);
-    boost::property_tree::read_json(stream, m_members);
-    m_plain = {};
 }
 
 const std::string& NotificationEnvelope::Text(const char* key) const
 {
-    if (const std::string* const text = m_plain.Text(key)) {
+    if (const std::string* const text = m_plain ? m_plain->Text(key) : nullptr) {
         return *text;
     }
     const boost::property_tree::ptree::path_type path(key, '.');

@@ -1,12 +1,8 @@
-// What this reader relies on of the full one, Boost.PropertyTree's `read_json`, as a fuzzer holds against it:
-// - Blanks are space, tab, line feed and carriage return; behind the document nothing else may stand.
+// Beside what plain_json.h relies on, this relies on two facts of the full reader:
 // - Of several members with one name the first counts.
-// - Numbers and literals keep their text.
-// - In strings, bytes below 0x20 are errors. Of UTF-8 only the number of trailing bytes is checked, not what they mean:
-//   C0 80 passes. All of them pass unchanged.
-// - The escapes are those of JSON. Each \u outside the surrogates is one character, \u0000 included.
-// Whatever is not sure to be right is left to the full reader, so that every failure is its own: a byte order mark,
-// surrogates, containers, keys that are not plain ASCII.
+// - Behind the object only blanks may stand.
+// Whatever is not sure to be right is left to it, so that every failure is its own: a byte order mark, containers, keys
+// that are not plain ASCII.
 #include "plain_envelope.h"
 
 #include "plain_json.h"
@@ -73,38 +69,43 @@ bool TakeMember(plain_json::Cursor& cursor, Texts& texts)
     return TakeValue(cursor, index < keys.size() && !texts[index] ? &texts[index].emplace() : nullptr);
 }
 
-bool TakeEnd(plain_json::Cursor& cursor)
+bool TakeMembers(plain_json::Cursor& cursor, Texts& texts)
 {
-    if (!cursor.Take('}')) {
+    do {
+        if (!TakeMember(cursor, texts)) {
+            return false;
+        }
+    } while (cursor.Take(','));
+    return true;
+}
+
+bool TakeEnvelope(plain_json::Cursor& cursor, Texts& texts)
+{
+    cursor.SkipBlanks();
+    if (!cursor.Take('{') || !TakeMembers(cursor, texts) || !cursor.Take('}')) {
         return false;
     }
     cursor.SkipBlanks();
     return cursor.AtEnd();
 }
 
+/// The record is not always looked for, so that an envelope may lack it.
+bool IsComplete(const Texts& texts)
+{
+    static_assert(keys.back() == envelope_key::data);
+    return std::all_of(texts.begin(), texts.end() - 1, [](const auto& text) { return text.has_value(); });
+}
+
 } // namespace
 
-bool PlainEnvelope::Read(std::string_view payload)
+std::optional<PlainEnvelope> PlainEnvelope::Read(std::string_view payload)
 {
     Texts texts;
     plain_json::Cursor cursor(payload);
-    cursor.SkipBlanks();
-    if (!cursor.Take('{')) {
-        return false;
+    if (!TakeEnvelope(cursor, texts) || !IsComplete(texts)) {
+        return std::nullopt;
     }
-    do {
-        if (!TakeMember(cursor, texts)) {
-            return false;
-        }
-    } while (cursor.Take(','));
-    // The record is not always looked for, so that an envelope may lack it.
-    const bool complete =
-        std::all_of(texts.begin(), texts.end() - 1, [](const auto& text) { return text.has_value(); });
-    if (!TakeEnd(cursor) || !complete) {
-        return false;
-    }
-    m_texts = std::move(texts);
-    return true;
+    return PlainEnvelope(std::move(texts));
 }
 
 const std::string* PlainEnvelope::Text(std::string_view key) const

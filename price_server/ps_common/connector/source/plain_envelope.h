@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace ps_ns {
 
@@ -18,15 +19,22 @@ inline constexpr const char* data = "data";    ///< the record: JSON once more, 
 
 class PlainEnvelope {
 public:
-    /// Reads an object of strings, numbers and literals that has "et", "dt" and "id". False for everything else, right
-    /// or wrong: that is for the full reader, and nothing has changed here.
-    bool Read(std::string_view payload);
+    /// Of an object of strings, numbers and literals that has "et", "dt" and "id". Nothing for everything else, right
+    /// or wrong: that is for the full reader.
+    static std::optional<PlainEnvelope> Read(std::string_view payload);
 
-    /// Of one of the four members; null if the envelope has none of that name, or nothing was read.
+    /// Of one of the four members; null if the envelope has none of that name. Valid as long as the envelope.
     const std::string* Text(std::string_view key) const;
 
 private:
-    std::array<std::optional<std::string>, 4> m_texts;
+    using Texts = std::array<std::optional<std::string>, 4>;
+
+    explicit PlainEnvelope(Texts texts)
+        : m_texts(std::move(texts))
+    {
+    }
+
+    Texts m_texts;
 };
 
 } // namespace ps_ns

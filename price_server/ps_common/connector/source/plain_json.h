@@ -1,5 +1,11 @@
-/// JSON's scalars, byte by byte, of which an envelope consists. What they are taken for is what the full reader takes
-/// them for: plain_envelope.cpp says what is relied on.
+/// The scalars of JSON as Boost.PropertyTree's `read_json` takes them. What is relied on, as a fuzzer holds against it:
+/// - Blanks are space, tab, line feed and carriage return.
+/// - Numbers and literals keep their text.
+/// - In strings, bytes below 0x20 are errors. Of UTF-8 only the number of trailing bytes is checked, not what they
+/// mean,
+///   and it passes unchanged: C0 80, too.
+/// - The escapes are those of JSON. Each \u outside the surrogates is one character, \u0000 included.
+/// Surrogates are not taken, although some of them are right.
 #pragma once
 
 #include <algorithm>
@@ -54,7 +60,7 @@ inline int PlainBytes(const char* block)
     return std::countr_zero(static_cast<unsigned>(special) | 1U << blockBytes);
 }
 
-/// The same of one byte.
+/// Whether one byte is such a one.
 inline bool IsPlain(char c)
 {
     const auto byte = static_cast<std::uint8_t>(c);
@@ -90,7 +96,7 @@ private:
     char* m_to;
 };
 
-/// Of one that is not. There may be many of them, and room for each would make the time quadratic.
+/// The text of a string that is not wanted. There may be many, and room for each would make the time quadratic.
 struct DroppedText {
     static void Put(char) {}
     static void Put(const char*, const char*) {}
@@ -106,7 +112,6 @@ public:
     }
 
     bool AtEnd() const { return m_at == m_end; }
-    char Peek() const { return AtEnd() ? '\0' : *m_at; }
 
     void SkipBlanks()
     {
@@ -163,7 +168,8 @@ public:
         return Take('"');
     }
 
-    /// Behind the opening quote: the contents.
+    /// Behind the opening quote: the contents. Where an escape or a character of several bytes is among them, they get
+    /// room as if all of the payload that is left were theirs; most have none.
     bool TakeString(std::string& out)
     {
         const char* const begin = m_at;
@@ -228,7 +234,7 @@ private:
         text.Put(run, m_at);
     }
 
-    /// Of several bytes.
+    /// One of several bytes.
     template <class Text>
     bool TakeCharacter(Text& text)
     {
@@ -249,8 +255,11 @@ private:
             return TakeCodePoint(text);
         }
         const char character = AtEnd() ? '\0' : escapes[static_cast<std::uint8_t>(*m_at++)];
+        if (character == '\0') {
+            return false;
+        }
         text.Put(character);
-        return character != '\0';
+        return true;
     }
 
     template <class Text>
@@ -273,8 +282,10 @@ private:
 
     int TakeHexDigit()
     {
-        const char c = Peek();
-        m_at += AtEnd() ? 0 : 1;
+        if (AtEnd()) {
+            return -1;
+        }
+        const char c = *m_at++;
         if (IsDigit(c)) {
             return c - '0';
         }

@@ -73,13 +73,12 @@ void LogEvent(const lbm::Message& msg)
 /// ends the process as the header says. This line is the last trace of what was wrong.
 NotificationEnvelope ParseOrWarn(const std::string& payload)
 {
-    NotificationEnvelope envelope;
     try {
-        envelope.Parse(payload);
+        return NotificationEnvelope(payload);
     } catch (const boost::property_tree::json_parser::json_parser_error& error) {
         QXNOTIFY_LOG(QXLOG_WARNING) << "Bad JSON format outer data. reason=" << error.message();
     }
-    return envelope;
+    return {};
 }
 
 /// What product and instrument downloads differ in.

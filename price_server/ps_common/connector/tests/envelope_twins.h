@@ -13,15 +13,10 @@
 
 namespace ps_ns::test {
 
-/// Whether the short reader takes the payload. Throws std::runtime_error, with what differs, if it takes one that the
-/// full reader refuses, or gives another text, or another member than the record as missing.
-inline bool IsReadAlike(const std::string& payload)
+/// Throws std::runtime_error if the full reader refuses the payload, or finds other texts in it, or lacks another
+/// member than the record.
+inline void CheckTexts(const PlainEnvelope& plain, const std::string& payload)
 {
-    const std::vector<char> exact(payload.begin(), payload.end()); // nothing behind it that reading too far would find
-    PlainEnvelope plain;
-    if (!plain.Read({exact.data(), exact.size()})) {
-        return false; // the full reader takes it from there
-    }
     boost::property_tree::ptree members;
     std::istringstream stream(payload);
     boost::property_tree::read_json(stream, members); // its refusal is a std::runtime_error
@@ -36,7 +31,17 @@ inline bool IsReadAlike(const std::string& payload)
             throw std::runtime_error(std::string("taken without \"") + key + '"');
         }
     }
-    return true;
+}
+
+/// Whether the short reader takes the payload; `CheckTexts` throws if it takes it otherwise than the full one.
+inline bool IsTakenAlike(const std::string& payload)
+{
+    const std::vector<char> exact(payload.begin(), payload.end()); // nothing behind it that reading too far would find
+    const auto plain = PlainEnvelope::Read({exact.data(), exact.size()});
+    if (plain) {
+        CheckTexts(*plain, payload);
+    }
+    return plain.has_value();
 }
 
 } // namespace ps_ns::test
