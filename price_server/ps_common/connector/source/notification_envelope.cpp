@@ -20,6 +20,7 @@ const std::string& NotificationEnvelope::Text(const char* key) const
     if (const std::string* const text = m_plain ? m_plain->Text(key) : nullptr) {
         return *text;
     }
+    // Of a plain one nothing is here, and what it lacks is missed in the same words.
     const boost::property_tree::ptree::path_type path(key, '.');
     return m_members.get_child(path).data();
 }

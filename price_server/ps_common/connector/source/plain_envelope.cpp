@@ -1,20 +1,22 @@
 // Beside what plain_json.h relies on, this relies on two facts of the full reader:
 // - Of several members with one name the first counts.
 // - Behind the object only blanks may stand.
-// Whatever is not sure to be right is left to it, so that every failure is its own: a byte order mark, containers, keys
-// that are not plain ASCII.
+// Whatever is not sure to be right is left to the full reader, so that every failure is its own: a byte order mark,
+// containers, keys that are not plain ASCII.
 #include "plain_envelope.h"
-
-#include "plain_json.h"
 
 #include <algorithm>
 #include <utility>
 
+#include "plain_json.h"
+
 namespace ps_ns {
 namespace {
 
-constexpr std::array<std::string_view, 4> keys{envelope_key::eventType, envelope_key::dataType, envelope_key::id,
-                                               envelope_key::data};
+using Texts = PlainEnvelope::Texts;
+
+constexpr std::array<std::string_view, std::tuple_size_v<Texts>> keys{envelope_key::eventType, envelope_key::dataType,
+                                                                      envelope_key::id, envelope_key::data};
 
 /// Where the key is among those that matter; their number if it is none.
 std::size_t IndexOf(std::string_view key)
@@ -55,8 +57,6 @@ bool TakeValue(plain_json::Cursor& cursor, std::string* out)
     cursor.SkipBlanks();
     return taken;
 }
-
-using Texts = std::array<std::optional<std::string>, keys.size()>;
 
 /// Its text, where it is the first of that name and one that matters.
 bool TakeMember(plain_json::Cursor& cursor, Texts& texts)

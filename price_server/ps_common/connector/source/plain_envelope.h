@@ -19,6 +19,9 @@ inline constexpr const char* data = "data";    ///< the record: JSON once more, 
 
 class PlainEnvelope {
 public:
+    /// In the order of `envelope_key`; none of a member that is not there.
+    using Texts = std::array<std::optional<std::string>, 4>;
+
     /// Of an object of strings, numbers and literals that has "et", "dt" and "id". Nothing for everything else, right
     /// or wrong: that is for the full reader.
     static std::optional<PlainEnvelope> Read(std::string_view payload);
@@ -27,8 +30,6 @@ public:
     const std::string* Text(std::string_view key) const;
 
 private:
-    using Texts = std::array<std::optional<std::string>, 4>;
-
     explicit PlainEnvelope(Texts texts)
         : m_texts(std::move(texts))
     {

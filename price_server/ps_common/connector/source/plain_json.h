@@ -1,9 +1,8 @@
 /// The scalars of JSON as Boost.PropertyTree's `read_json` takes them. What is relied on, as a fuzzer holds against it:
 /// - Blanks are space, tab, line feed and carriage return.
 /// - Numbers and literals keep their text.
-/// - In strings, bytes below 0x20 are errors. Of UTF-8 only the number of trailing bytes is checked, not what they
-/// mean,
-///   and it passes unchanged: C0 80, too.
+/// - In strings, bytes below 0x20 are errors.
+/// - Of UTF-8 only the number of trailing bytes is checked. All of it passes unchanged, C0 80, too.
 /// - The escapes are those of JSON. Each \u outside the surrogates is one character, \u0000 included.
 /// Surrogates are not taken, although some of them are right.
 #pragma once
@@ -102,7 +101,8 @@ struct DroppedText {
     static void Put(const char*, const char*) {}
 };
 
-/// A place in the payload. What takes something is false, and may have moved on, when it is not there.
+/// A place in the payload, which outlives it and the keys that it gives. What takes something is false, and may have
+/// moved on, when it is not there.
 class Cursor {
 public:
     explicit Cursor(std::string_view text)

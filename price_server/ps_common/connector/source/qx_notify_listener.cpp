@@ -69,8 +69,8 @@ void LogEvent(const lbm::Message& msg)
     }
 }
 
-/// An envelope that is not JSON stays empty, and the caller goes on with it: the first member is missing then, and that
-/// ends the process as the header says. This line is the last trace of what was wrong.
+/// An envelope that is not JSON is taken for an empty one, and the caller goes on with it: the first member is missing
+/// then, and that ends the process as the header says. This line is the last trace of what was wrong.
 NotificationEnvelope ParseOrWarn(const std::string& payload)
 {
     try {
