@@ -107,7 +107,9 @@ Sample instrument_among_members(std::size_t members)
         others += R"("note":"\n",)";
     }
     sample.name = std::to_string(members) + " other members";
-    sample.payload.insert(1, others); // behind the brace
+    for (std::string* envelope : {&sample.payload, &sample.respelled}) {
+        envelope->insert(1, others); // behind the brace
+    }
     return sample;
 }
 
