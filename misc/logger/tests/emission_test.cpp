@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <logger/logger.h>
 
-#include "misc/logger/tests/allocation_count.h"
+#include "tests/doubles/allocation_count.h"
 
 namespace {
 

@@ -148,7 +148,7 @@ void JSONProto::JSON2PB_FAILED(const std::string& json_name, bool strict) const
 
 void JSONProto::Verify(std::string_view name, const JSONNode& json, char expectedType, bool strict) const
 {
-    if (strict) {
+    if (strict && json.type() != expectedType) { // looked at here, too, since a name is only copied to be told
         JSON2PB_VERIFY_TYPE(std::string(name), json, expectedType, strict);
     }
 }

@@ -1,4 +1,4 @@
-/// Counts every allocation of the program it is linked into, and lets one fail.
+/// Counts every allocation of the program that `qx::allocation_count` is linked into, and lets one fail.
 #pragma once
 
 namespace qx::test {

@@ -1,5 +1,5 @@
 // A file of its own: inlined next to an allocation, the replaced operators look mismatched to the compiler.
-#include "misc/logger/tests/allocation_count.h"
+#include "tests/doubles/allocation_count.h"
 
 #include <atomic>
 #include <cstdlib>
